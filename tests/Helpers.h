@@ -1,0 +1,67 @@
+// Shared by all tests: seeded random input, guarded buffers, comparison that names the first difference.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <random>
+#include <vector>
+
+namespace test
+{
+
+/// Values from a fixed seed, the same on every platform (std::uniform_int_distribution is not).
+template <class T>
+std::vector<T> random_values(std::size_t count, unsigned seed)
+{
+    std::mt19937_64 engine(seed);
+    std::vector<T> values(count);
+    for (T& value : values)
+        value = static_cast<T>(engine() >> 20);
+    return values;
+}
+
+/// `count` elements that start dirty, between two guard zones that must not change.
+template <class T>
+class Guarded
+{
+public:
+    explicit Guarded(std::size_t count, unsigned seed = 77)
+        : bytes_(2 * zone + count * sizeof(T)), count_(count)
+    {
+        auto const noise = random_values<unsigned char>(bytes_.size(), seed);
+        bytes_ = noise;
+        before_ = noise;
+    }
+    T* data() { return reinterpret_cast<T*>(bytes_.data() + zone); }
+    std::size_t size() const { return count_; }
+    T& operator[](std::size_t i) { return data()[i]; }
+    /// The dirty content that the buffer started with.
+    T const* before() const { return reinterpret_cast<T const*>(before_.data() + zone); }
+    std::vector<T> values() { return std::vector<T>(data(), data() + count_); }
+    bool guards_intact() const
+    {
+        return std::memcmp(bytes_.data(), before_.data(), zone) == 0 &&
+               std::memcmp(bytes_.data() + bytes_.size() - zone, before_.data() + bytes_.size() - zone, zone) == 0;
+    }
+
+private:
+    static constexpr std::size_t zone = 256;
+    std::vector<unsigned char> bytes_;
+    std::vector<unsigned char> before_;
+    std::size_t count_;
+};
+
+/// Bit for bit; on failure names the first differing column, row and both values.
+template <class T>
+::testing::AssertionResult same_raster(T const* actual, T const* expected, std::size_t width, std::size_t height)
+{
+    for (std::size_t i = 0; i < width * height; ++i)
+        if (std::memcmp(actual + i, expected + i, sizeof(T)) != 0)
+            return ::testing::AssertionFailure() << "at x " << i % width << ", y " << i / width << ": "
+                                                 << +actual[i] << " instead of " << +expected[i];
+    return ::testing::AssertionSuccess();
+}
+
+} // namespace test
