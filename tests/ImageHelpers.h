@@ -1,0 +1,180 @@
+// Shared by the tests of images: seeded noise in every pixel type, comparison that names the first difference, sizes
+// and type lists, and images whose memory ends exactly where their room does.
+#pragma once
+
+#include "Helpers.h"
+
+#include <rastel/image/TImage.h>
+
+#include <array>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <ostream>
+#include <vector>
+
+#if defined(__SANITIZE_ADDRESS__)
+#    include <sanitizer/asan_interface.h>
+#elif defined(__has_feature)
+#    if __has_feature(address_sanitizer)
+#        include <sanitizer/asan_interface.h>
+#    endif
+#endif
+#ifndef ASAN_POISON_MEMORY_REGION
+#    define ASAN_POISON_MEMORY_REGION(address, size) (static_cast<void>(address), static_cast<void>(size))
+#    define ASAN_UNPOISON_MEMORY_REGION(address, size) (static_cast<void>(address), static_cast<void>(size))
+#endif
+
+namespace test
+{
+
+struct Size {
+    unsigned int width, height;
+};
+
+inline std::ostream& operator<<(std::ostream& out, Size size) { return out << size.width << " x " << size.height; }
+
+/// Empty, single, odd, around the widths of vector registers, and flat or tall.
+constexpr std::array<Size, 18> awkward_sizes{{{0, 0},
+                                              {0, 5},
+                                              {5, 0},
+                                              {1, 1},
+                                              {2, 1},
+                                              {1, 2},
+                                              {2, 2},
+                                              {3, 3},
+                                              {1, 9},
+                                              {9, 1},
+                                              {5, 4},
+                                              {7, 11},
+                                              {16, 3},
+                                              {17, 16},
+                                              {31, 7},
+                                              {33, 32},
+                                              {64, 5},
+                                              {67, 41}}};
+
+/// Noise over all that the image's buffer may be touched in: pixels and guard area.
+template <class T>
+void dirty(rastel::TImage<T>& image, unsigned seed = 77)
+{
+    auto const noise = random_values<unsigned char>(image.buffer->Room(), seed);
+    if (!noise.empty())
+        std::memcpy(image.buffer->get(), noise.data(), noise.size());
+}
+
+/// Noise in the pixels; the guard area stays zero.
+template <class T>
+rastel::TImage<T> random_image(unsigned int width, unsigned int height, unsigned seed)
+{
+    rastel::TImage<T> image(width, height);
+    auto const noise = random_values<unsigned char>(image.buffer->Size(), seed);
+    if (!noise.empty())
+        std::memcpy(image.buffer->get(), noise.data(), noise.size());
+    return image;
+}
+
+template <class T>
+rastel::TImage<T> random_image(Size size, unsigned seed)
+{
+    return random_image<T>(size.width, size.height, seed);
+}
+
+template <class T>
+rastel::TImage<T> dirty_image(unsigned int width, unsigned int height, unsigned seed = 77)
+{
+    rastel::TImage<T> image(width, height);
+    dirty(image, seed);
+    return image;
+}
+
+/// An image of the pixels given, row after row.
+template <class T>
+rastel::TImage<T> image_of(unsigned int width, unsigned int height, std::vector<T> const& pixels)
+{
+    rastel::TImage<T> image(width, height);
+    EXPECT_EQ(pixels.size(), image.pixels);
+    std::copy(pixels.begin(), pixels.end(), image.data());
+    return image;
+}
+
+/// The pixels, row after row.
+template <class T>
+std::vector<T> pixels_of(rastel::TImage<T> const& image)
+{
+    return std::vector<T>(image.data(), image.data() + image.pixels);
+}
+
+/// Bit for bit; on failure names the first differing column, row and both values.
+template <class T>
+::testing::AssertionResult same_pixels(rastel::TImage<T> const& actual, rastel::TImage<T> const& expected)
+{
+    if (actual.width != expected.width || actual.height != expected.height)
+        return ::testing::AssertionFailure()
+               << Size{actual.width, actual.height} << " instead of " << Size{expected.width, expected.height};
+    T const* const a = actual.data();
+    T const* const e = expected.data();
+    for (std::size_t i = 0; i < actual.pixels; ++i)
+        if (std::memcmp(a + i, e + i, sizeof(T)) != 0)
+            return ::testing::AssertionFailure()
+                   << "at x " << i % actual.width << ", y " << i / actual.width << ": "
+                   << ::testing::PrintToString(a[i]) << " instead of " << ::testing::PrintToString(e[i]);
+    return ::testing::AssertionSuccess();
+}
+
+/// A dirty image over memory of exactly `room` bytes, between zones that must not change. Under the address sanitizer
+/// touching them is a finding at once, for reading too.
+template <class T>
+class FencedImage
+{
+public:
+    FencedImage(unsigned int width, unsigned int height, std::size_t room, unsigned seed = 77)
+        : memory_(2 * zone + room), room_(room)
+    {
+        memory_ = before_ = random_values<unsigned char>(memory_.size(), seed);
+        ASAN_POISON_MEMORY_REGION(memory_.data(), zone);
+        ASAN_POISON_MEMORY_REGION(memory_.data() + zone + room_, zone);
+        // The buffer, not the image, wraps the memory: the room may be smaller than the pixels are.
+        image =
+            rastel::TImage<T>(width, height, std::make_shared<rastel::impl::BufferType>(memory_.data() + zone, room_));
+    }
+    FencedImage(unsigned int width, unsigned int height)
+        : FencedImage(width, height, std::size_t{width} * height * sizeof(T))
+    {
+    }
+    FencedImage(FencedImage const&) = delete;
+    FencedImage& operator=(FencedImage const&) = delete;
+    ~FencedImage()
+    {
+        ASAN_UNPOISON_MEMORY_REGION(memory_.data(), memory_.size());
+        EXPECT_EQ(std::memcmp(memory_.data(), before_.data(), zone), 0) << "written before the buffer";
+        EXPECT_EQ(std::memcmp(memory_.data() + zone + room_, before_.data() + zone + room_, zone), 0)
+            << "written behind the room";
+    }
+
+    rastel::TImage<T> image;
+
+private:
+    static constexpr std::size_t zone = 4096;
+    std::vector<unsigned char> memory_, before_;
+    std::size_t room_;
+};
+
+template <template <class> class Pattern>
+using Mosaic8 = rastel::Bayer<Pattern<unsigned char>>;
+template <template <class> class Pattern>
+using Mosaic16 = rastel::Bayer<Pattern<unsigned short>>;
+
+using RegisteredPixelTypes =
+    ::testing::Types<unsigned char, signed char, unsigned short, short, rastel::TRGB<unsigned char>,
+                     rastel::TRGBA<unsigned char>, Mosaic8<rastel::TBGGR>, Mosaic8<rastel::TRGGB>,
+                     Mosaic8<rastel::TGBRG>, Mosaic8<rastel::TGRBG>, Mosaic16<rastel::TBGGR>, Mosaic16<rastel::TRGGB>,
+                     Mosaic16<rastel::TGBRG>, Mosaic16<rastel::TGRBG>>;
+
+/// The same with the pixel type that is a conversion's destination only.
+using AllPixelTypes =
+    ::testing::Types<unsigned char, signed char, unsigned short, short, rastel::TRGB<unsigned char>,
+                     rastel::TRGBA<unsigned char>, rastel::TBGRA<unsigned char>, Mosaic8<rastel::TBGGR>,
+                     Mosaic8<rastel::TRGGB>, Mosaic8<rastel::TGBRG>, Mosaic8<rastel::TGRBG>, Mosaic16<rastel::TBGGR>,
+                     Mosaic16<rastel::TRGGB>, Mosaic16<rastel::TGBRG>, Mosaic16<rastel::TGRBG>>;
+
+} // namespace test
