@@ -4,6 +4,7 @@
 // they are, and no property is copied.
 #pragma once
 
+#include <rastel/conversions/ChannelMix.h>
 #include <rastel/conversions/RastelConversions.h>
 #include <rastel/conversions/bayer/BayerDecoders.h>
 
@@ -87,3 +88,17 @@ void ll_Mono16_to_RGB8_downscale(rastel::TImage<rastel::TRGB<unsigned char>>& ds
 
 /// As ll_Mono16_to_Mono8, for signed samples; one missing end of the range makes the scan widen both.
 void ll_Mono16s_to_Mono8(rastel::TImage<unsigned char>& dst, rastel::TImage<short> const& src);
+
+/// The bilinear value of each channel, then M of the three, for M one of channels_average,
+/// channels_standard_coefficients, channel_R, channel_G and channel_B.
+template <class M, class S, class D>
+void ll_RGBX_to_MonoX_bilinear(rastel::TImage<D>& dst, rastel::TImage<S> const& src);
+
+/// Copies the run of dst's pixels from src, as far as src has room. Alpha stays, or becomes 255.
+void ll_RGB8_to_RGBA_alpha_keep(rastel::TImage<rastel::TRGBA<unsigned char>>& dst,
+                                rastel::TImage<rastel::TRGB<unsigned char>> const& src);
+void ll_RGB8_to_RGBA_alpha_none(rastel::TImage<rastel::TRGBA<unsigned char>>& dst,
+                                rastel::TImage<rastel::TRGB<unsigned char>> const& src);
+/// Black pixels only make dst's pixel transparent; all others are copied and opaque. Prints a line.
+void ll_RGB8_to_RGBA_color_key(rastel::TImage<rastel::TRGBA<unsigned char>>& dst,
+                               rastel::TImage<rastel::TRGB<unsigned char>> const& src);

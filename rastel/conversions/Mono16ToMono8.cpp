@@ -1,0 +1,71 @@
+#include <rastel/conversions/Registration.h>
+#include <rastel/conversions/SampleRange.h>
+#include <rastel/conversions/Sampling.h>
+
+using rastel::RastelMono16;
+using rastel::RastelMono8;
+using rastel::TImage;
+using namespace rastel::impl;
+
+namespace
+{
+
+/// Stores a row of samples as bytes.
+class RangeWriter
+{
+public:
+    explicit RangeWriter(RastelMono16 const& src) : range_(src) {}
+    void operator()(unsigned char* out, SampleRows<unsigned short>& samples, std::size_t count) const
+    {
+        range_.map(out, samples[0], count);
+    }
+
+private:
+    SampleRange<unsigned short> range_;
+};
+
+} // namespace
+
+void ll_Mono16_to_Mono8(RastelMono8& dst, RastelMono16 const& src)
+{
+    if (!nothing_to_convert(src, dst))
+        SampleRange<unsigned short>(src).map(dst.data(), src.data(),
+                                             static_cast<std::size_t>(std::min<std::uint64_t>(src.pixels, dst.room())));
+}
+
+void ll_Mono16_to_Mono8_bilinear(RastelMono8& dst, RastelMono16 const& src)
+{
+    if (!nothing_to_convert(src, dst))
+        sample_bilinear(dst, src, RangeWriter(src));
+}
+
+void ll_Mono16_to_Mono8_downscale(RastelMono8& dst, RastelMono16 const& src)
+{
+    if (nothing_to_convert(src, dst))
+        return;
+    // Up to this height a column of a box can't exceed 32 bits; there it is summed twice as fast.
+    if (src.height <= 65536)
+        sample_boxes<std::uint32_t, MeanOfBox<std::uint64_t>>(dst, src, RangeWriter(src));
+    else
+        sample_boxes<std::uint64_t, MeanOfBox<std::uint64_t>>(dst, src, RangeWriter(src));
+}
+
+namespace rastel::impl
+{
+
+TImage<unsigned char>& convert(TImage<unsigned short> const& src, TImage<unsigned char>& dst)
+{
+    if (nothing_to_convert(src, dst))
+        return dst;
+    if (src.width == dst.width && src.height == dst.height)
+        ll_Mono16_to_Mono8(dst, src);
+    else if (src.width > dst.width && src.height > dst.height)
+        ll_Mono16_to_Mono8_downscale(dst, src);
+    else
+        ll_Mono16_to_Mono8_bilinear(dst, src);
+    return dst;
+}
+
+bool const Mono16ToMono8_rows = add_row<unsigned short, unsigned char>();
+
+} // namespace rastel::impl

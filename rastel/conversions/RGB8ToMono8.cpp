@@ -1,0 +1,111 @@
+#include <rastel/conversions/ChannelMix.h>
+#include <rastel/conversions/ConversionFlags.h>
+#include <rastel/conversions/Registration.h>
+#include <rastel/conversions/Sampling.h>
+#include <rastel/operations/BasicOperations.h>
+
+namespace rastel::impl
+{
+namespace
+{
+
+using RGB = TRGB<unsigned char>;
+
+template <class Mix>
+RASTEL_CLONES void mix_pixels(unsigned char* out, RGB const* pixels, std::size_t count)
+{
+    for (std::size_t i = 0; i < count; ++i)
+        out[i] = static_cast<unsigned char>(Mix::value(pixels[i].r, pixels[i].g, pixels[i].b));
+}
+
+template <class Mix>
+RASTEL_CLONES void mix_rows(unsigned char* __restrict out, unsigned char const* __restrict r,
+                            unsigned char const* __restrict g, unsigned char const* __restrict b, std::size_t count)
+{
+    for (std::size_t i = 0; i < count; ++i)
+        out[i] = static_cast<unsigned char>(Mix::value(r[i], g[i], b[i]));
+}
+
+/// The mean of all twelve samples of a cell, whatever the mix: 5461 / 65536 is a twelfth.
+RASTEL_CLONES void twelfth_row(unsigned char* out, unsigned char const* upper, unsigned char const* lower,
+                               std::size_t count)
+{
+    for (std::size_t x = 0; x < count; ++x) {
+        unsigned int sum = 0;
+        for (std::size_t i = 0; i < 6; ++i)
+            sum += static_cast<unsigned int>(upper[6 * x + i]) + lower[6 * x + i];
+        out[x] = static_cast<unsigned char>(((sum + 8) * 5461 + 1020) >> 16);
+    }
+}
+
+template <class Mix>
+struct MixWriter {
+    void operator()(unsigned char* out, SampleRows<RGB>& samples, std::size_t count) const
+    {
+        mix_rows<Mix>(out, samples[0], samples[1], samples[2], count);
+    }
+};
+
+template <class Mix>
+void convert_mixed(TImage<RGB> const& src, TImage<unsigned char>& dst, Path path)
+{
+    MixWriter<Mix> const write;
+    switch (path) {
+    case Path::same:
+        mix_pixels<Mix>(dst.data(), src.data(), static_cast<std::size_t>(src.pixels));
+        break;
+    case Path::half:
+        sample_halves(dst, src, twelfth_row);
+        break;
+    case Path::box:
+        sample_boxes<std::uint32_t, MeanOfBox<std::uint32_t>>(dst, src, write);
+        break;
+    case Path::nearest:
+        sample_nearest(dst, src, write);
+        break;
+    case Path::bilinear:
+        ll_RGBX_to_MonoX_bilinear<Mix>(dst, src);
+        break;
+    }
+}
+
+} // namespace
+
+TImage<unsigned char>& convert(TImage<RGB> const& src, TImage<unsigned char>& dst)
+{
+    if (nothing_to_convert(src, dst))
+        return dst;
+    RastelFlagSet const flags = conversion_flags(dst);
+    Path const path = sampling_path(src, dst, flags.test(NEAREST));
+    if (flags.test(COLOR_CHANNELS_AVERAGE))
+        convert_mixed<channels_average>(src, dst, path);
+    else if (flags.test(COLOR_CHANNELS_STANDARD_COEFFICIENTS))
+        convert_mixed<channels_standard_coefficients>(src, dst, path);
+    else if (flags.test(COLOR_CHANNEL_R))
+        convert_mixed<channel_R>(src, dst, path);
+    else if (flags.test(COLOR_CHANNEL_G))
+        convert_mixed<channel_G>(src, dst, path);
+    else if (flags.test(COLOR_CHANNEL_B))
+        convert_mixed<channel_B>(src, dst, path);
+    else
+        convert_mixed<channels_average>(src, dst, path);
+    return dst;
+}
+
+bool const RGB8ToMono8_rows = add_row<RGB, unsigned char>();
+
+} // namespace rastel::impl
+
+template <class M, class S, class D>
+void ll_RGBX_to_MonoX_bilinear(rastel::TImage<D>& dst, rastel::TImage<S> const& src)
+{
+    if (!rastel::impl::nothing_to_convert(src, dst))
+        rastel::impl::sample_bilinear(dst, src, rastel::impl::MixWriter<M>());
+}
+
+template void ll_RGBX_to_MonoX_bilinear<rastel::channels_average>(rastel::RastelMono8&, rastel::RastelRGB8 const&);
+template void ll_RGBX_to_MonoX_bilinear<rastel::channels_standard_coefficients>(rastel::RastelMono8&,
+                                                                                rastel::RastelRGB8 const&);
+template void ll_RGBX_to_MonoX_bilinear<rastel::channel_R>(rastel::RastelMono8&, rastel::RastelRGB8 const&);
+template void ll_RGBX_to_MonoX_bilinear<rastel::channel_G>(rastel::RastelMono8&, rastel::RastelRGB8 const&);
+template void ll_RGBX_to_MonoX_bilinear<rastel::channel_B>(rastel::RastelMono8&, rastel::RastelRGB8 const&);
