@@ -1,0 +1,498 @@
+// Every conversion between grey and colour, against its rule written out pixel by pixel.
+#include "ImageHelpers.h"
+
+#include <rastel/conversions/TypedConversions.h>
+#include <rastel/operations/BasicOperations.h>
+
+#include <cmath>
+
+namespace
+{
+
+using namespace rastel;
+using ::testing::internal::CaptureStdout;
+using ::testing::internal::GetCapturedStdout;
+using Byte = unsigned char;
+using RGB = TRGB<Byte>;
+
+float position(unsigned int from, unsigned int to, unsigned int index)
+{
+    float const step = static_cast<float>(from) / static_cast<float>(to);
+    float sum = 0;
+    for (unsigned int i = 0; i < index; ++i)
+        sum += step;
+    return sum;
+}
+
+unsigned int channel(Byte pixel, int) { return pixel; }
+unsigned int channel(unsigned short pixel, int) { return pixel; }
+unsigned int channel(RGB pixel, int c) { return c == 0 ? pixel.r : c == 1 ? pixel.g : pixel.b; }
+
+/// One destination pixel's view of the source.
+template <class S>
+struct Under {
+    TImage<S> const& src;
+    unsigned int dw, dh, x, y;
+
+    unsigned int at(unsigned int column, unsigned int row, int c) const
+    {
+        return channel(src.data()[std::size_t{row} * src.width + column], c);
+    }
+    unsigned int same(int c) const { return at(x, y, c); }
+    unsigned int nearest(int c) const
+    {
+        return at(static_cast<unsigned int>(position(src.width, dw, x)),
+                  static_cast<unsigned int>(position(src.height, dh, y)), c);
+    }
+    unsigned int quad(int c) const
+    {
+        return at(2 * x, 2 * y, c) + at(2 * x + 1, 2 * y, c) + at(2 * x, 2 * y + 1, c) + at(2 * x + 1, 2 * y + 1, c);
+    }
+    unsigned int bilinear(int c) const
+    {
+        float const fx = position(src.width, dw, x);
+        float const fy = position(src.height, dh, y);
+        unsigned int const ix = static_cast<unsigned int>(fx);
+        unsigned int const iy = static_cast<unsigned int>(fy);
+        float const wx1 = fx - static_cast<float>(ix);
+        float const wy1 = fy - static_cast<float>(iy);
+        float const wx0 = 1 - wx1;
+        float const wy0 = 1 - wy1;
+        auto const s = [&](unsigned int i, unsigned int j) { return static_cast<float>(at(ix + i, iy + j, c)); };
+        float v = s(0, 0) * wx0 * wy0;
+        if (ix + 1 < src.width)
+            v = std::fma(wy0, s(1, 0) * wx1, v);
+        if (iy + 1 < src.height)
+            v = std::fma(wy1, s(0, 1) * wx0, v);
+        if (iy + 1 < src.height && ix + 1 < src.width)
+            v = std::fma(wy1, s(1, 1) * wx1, v);
+        return static_cast<unsigned int>(v);
+    }
+    struct Box {
+        std::uint64_t sum;
+        unsigned int size;
+        float inverse;
+    };
+    Box box(int c) const
+    {
+        auto const limit = [](unsigned int from, unsigned int to, unsigned int i) {
+            return static_cast<unsigned int>(position(from, to, i));
+        };
+        Box result{0, 0, 0};
+        for (unsigned int row = limit(src.height, dh, y); row < limit(src.height, dh, y + 1); ++row)
+            for (unsigned int column = limit(src.width, dw, x); column < limit(src.width, dw, x + 1); ++column) {
+                result.sum += at(column, row, c);
+                ++result.size;
+            }
+        result.inverse = static_cast<float>(1.0 / static_cast<double>(result.size));
+        return result;
+    }
+    unsigned int single(int c) const { return box(c).size == 1 ? static_cast<unsigned int>(box(c).sum) : 0; }
+    unsigned int mean(int c) const
+    {
+        return box(c).size == 0 ? 0 : static_cast<unsigned int>(static_cast<float>(box(c).sum) * box(c).inverse);
+    }
+};
+
+enum class Path { same, half, box, other };
+
+template <class S>
+Path path_of(Under<S> const& u, bool has_half)
+{
+    if (u.dw == u.src.width && u.dh == u.src.height)
+        return Path::same;
+    if (has_half && u.dw == u.src.width / 2 && u.dh == u.src.height / 2)
+        return Path::half;
+    return u.dw < u.src.width && u.dh < u.src.height ? Path::box : Path::other;
+}
+
+struct Sizes {
+    test::Size src, dst;
+};
+/// Each path, odd halves, one axis alone, thin images, and widths on both sides of vector registers.
+constexpr Sizes size_pairs[] = {
+    {{8, 6}, {8, 6}},     {{67, 5}, {67, 5}},   {{8, 6}, {4, 3}},  {{9, 7}, {4, 3}},    {{70, 10}, {35, 5}},
+    {{9, 9}, {3, 3}},     {{64, 40}, {37, 11}}, {{7, 5}, {6, 4}},  {{100, 9}, {99, 8}}, {{5, 4}, {13, 9}},
+    {{40, 31}, {90, 70}}, {{8, 8}, {3, 20}},    {{8, 8}, {20, 3}}, {{1, 1}, {5, 4}},    {{1, 7}, {3, 9}},
+    {{6, 1}, {11, 1}},    {{33, 2}, {70, 3}},   {{2, 2}, {1, 1}},  {{3, 3}, {1, 1}},    {{50, 3}, {49, 7}},
+};
+
+/// Converts every pair of sizes and compares each pixel with what `expected(under, pixel before)` says.
+template <class S, class D, class Expected>
+void expect_conversion(std::string const& flags, Expected const& expected,
+                       std::pair<char const*, int> property = {"OTHER", 0})
+{
+    for (Sizes const& sizes : size_pairs) {
+        auto src = test::random_image<S>(sizes.src, 3);
+        src.properties.put(property.first, property.second);
+        auto dst = test::dirty_image<D>(sizes.dst.width, sizes.dst.height);
+        dst.properties.put("CONVERSION FLAGS", flags);
+        TImage<D> const before(dst);
+        TImage<D> wanted(dst);
+        for (unsigned int y = 0; y < dst.height; ++y)
+            for (unsigned int x = 0; x < dst.width; ++x) {
+                std::size_t const i = std::size_t{y} * dst.width + x;
+                wanted.data()[i] = expected(Under<S>{src, dst.width, dst.height, x, y}, before.data()[i]);
+            }
+        EXPECT_EQ(&(src >> dst), &dst);
+        EXPECT_TRUE(test::same_pixels(dst, wanted)) << sizes.src << " to " << sizes.dst << ", " << flags;
+    }
+}
+
+template <class Expected>
+unsigned int grey_to_colour(Under<Byte> const& u, bool nearest, Expected const& other)
+{
+    switch (path_of(u, true)) {
+    case Path::same:
+        return u.same(0);
+    case Path::half:
+        return (u.quad(0) + 3) >> 2;
+    case Path::box:
+        return u.single(0);
+    default:
+        return nearest ? u.nearest(0) : other(u);
+    }
+}
+
+TEST(Conversion, GreyToColour)
+{
+    auto const bilinear = [](Under<Byte> const& u) { return u.bilinear(0); };
+    for (bool const nearest : {false, true}) {
+        std::string const flag = nearest ? "NEAREST" : "";
+        auto const grey = [&](Under<Byte> const& u) { return static_cast<Byte>(grey_to_colour(u, nearest, bilinear)); };
+        expect_conversion<Byte, RGB>(flag, [&](auto const& u, RGB) { return RGB{grey(u), grey(u), grey(u)}; });
+        expect_conversion<Byte, TRGBA<Byte>>(flag, [&](auto const& u, TRGBA<Byte>) {
+            return TRGBA<Byte>{grey(u), grey(u), grey(u), 255};
+        });
+        expect_conversion<Byte, TBGRA<Byte>>("ALPHA_CHANNEL_KEEP_DEST" + std::string(nearest ? "|NEAREST" : ""),
+                                             [&](auto const& u, TBGRA<Byte> old) {
+                                                 return TBGRA<Byte>{grey(u), grey(u), grey(u), old.a};
+                                             });
+    }
+}
+
+unsigned int mixed(std::string const& mode, unsigned int r, unsigned int g, unsigned int b)
+{
+    if (mode == "COLOR_CHANNELS_STANDARD_COEFFICIENTS")
+        return (r * 19588 + g * 38469 + b * 7471) >> 16;
+    if (mode == "COLOR_CHANNEL_R")
+        return r;
+    if (mode == "COLOR_CHANNEL_G")
+        return g;
+    if (mode == "COLOR_CHANNEL_B")
+        return b;
+    return ((r + g + b) * 85 + 255) >> 8;
+}
+
+TEST(Conversion, ColourToGrey)
+{
+    for (std::string const mode : {"NONE", "COLOR_CHANNELS_AVERAGE", "COLOR_CHANNELS_STANDARD_COEFFICIENTS",
+                                   "COLOR_CHANNEL_R", "COLOR_CHANNEL_G", "COLOR_CHANNEL_B"})
+        for (bool const nearest : {false, true})
+            expect_conversion<RGB, Byte>(mode + (nearest ? "|NEAREST" : ""), [&](Under<RGB> const& u, Byte) {
+                auto const mix = [&](unsigned int (Under<RGB>::*sample)(int) const) {
+                    return static_cast<Byte>(mixed(mode, (u.*sample)(0), (u.*sample)(1), (u.*sample)(2)));
+                };
+                switch (path_of(u, true)) {
+                case Path::same:
+                    return mix(&Under<RGB>::same);
+                case Path::half:
+                    return static_cast<Byte>(((u.quad(0) + u.quad(1) + u.quad(2) + 8) * 5461 + 1020) >> 16);
+                case Path::box:
+                    return mix(&Under<RGB>::mean);
+                default:
+                    return mix(nearest ? &Under<RGB>::nearest : &Under<RGB>::bilinear);
+                }
+            });
+}
+
+TEST(Conversion, ColourToGreyExtremes)
+{
+    auto const white = test::image_of<RGB>(1, 1, {{255, 255, 255}});
+    auto const shade = test::image_of<RGB>(1, 1, {{10, 200, 30}});
+    RastelMono8 grey(1, 1);
+    auto const value = [&](RastelRGB8 const& src, std::string const& flags) {
+        grey.properties.put("CONVERSION FLAGS", flags);
+        src >> grey;
+        return +grey.data()[0];
+    };
+    EXPECT_EQ(value(white, ""), 255);
+    EXPECT_EQ(value(white, "COLOR_CHANNELS_STANDARD_COEFFICIENTS"), 254);
+    EXPECT_EQ(value(shade, "COLOR_CHANNEL_G|COLOR_CHANNELS_AVERAGE"), 80);
+    EXPECT_EQ(value(shade, "COLOR_CHANNEL_B|COLOR_CHANNEL_R"), 10);
+    EXPECT_EQ(value(shade, "COLOR_CHANNEL_G|COLOR_CHANNELS_STANDARD_COEFFICIENTS"),
+              (10 * 19588 + 200 * 38469 + 30 * 7471) >> 16);
+}
+
+/// The mapping of a sample to a byte over a range.
+unsigned int stretched(int sample, int min, int max)
+{
+    if (sample < min)
+        return 0;
+    return sample > max || min > max ? 255 : static_cast<unsigned int>((sample - min) * 256LL / (max - min + 1));
+}
+
+template <class T>
+std::pair<int, int> extent(TImage<T> const& image)
+{
+    auto const ends = std::minmax_element(image.data(), image.data() + image.pixels);
+    return {*ends.first, *ends.second};
+}
+
+TEST(Conversion, Grey16)
+{
+    using U = Under<unsigned short>;
+    auto const with_range = [](U const& u, char const* key, unsigned int sample) {
+        auto range = extent(u.src);
+        if (std::string(key) == "MIN")
+            range.first = 20000;
+        if (std::string(key) == "MAX")
+            range.second = 40000;
+        return static_cast<Byte>(stretched(static_cast<int>(sample), range.first, range.second));
+    };
+    for (char const* key : {"OTHER", "MIN", "MAX"}) {
+        std::pair<char const*, int> const property{key, std::string(key) == "MIN" ? 20000 : 40000};
+        expect_conversion<unsigned short, Byte>(
+            "NONE",
+            [&](U const& u, Byte) {
+                Path const path = path_of(u, false);
+                return with_range(u, key,
+                                  path == Path::same  ? u.same(0)
+                                  : path == Path::box ? u.mean(0)
+                                                      : u.bilinear(0));
+            },
+            property);
+        for (bool const nearest : {false, true})
+            expect_conversion<unsigned short, RGB>(
+                nearest ? "NEAREST" : "",
+                [&](U const& u, RGB) {
+                    Path const path = path_of(u, false);
+                    Byte const v = path == Path::same  ? with_range(u, key, u.same(0))
+                                   : path == Path::box ? with_range(u, key, u.single(0))
+                                   : nearest           ? static_cast<Byte>(u.nearest(0))
+                                                       : with_range(u, key, u.bilinear(0));
+                    return RGB{v, v, v};
+                },
+                property);
+    }
+}
+
+TEST(Conversion, EveryRangeOfEveryWidth)
+{
+    // Each range that starts at 0 and every sample of it: the mapping divides by multiplying.
+    std::vector<unsigned short> ramp(65536);
+    for (std::size_t i = 0; i < ramp.size(); ++i)
+        ramp[i] = static_cast<unsigned short>(i);
+    RastelMono16 src = test::image_of(256, 256, ramp);
+    RastelMono8 dst(256, 256);
+    src.properties.put("MIN", 0);
+    for (unsigned int max = 0; max < 65536; max += max < 600 || max > 65000 ? 1 : 251) {
+        src.properties.put("MAX", max);
+        src >> dst;
+        for (unsigned int i = 0; i < 65536; ++i)
+            ASSERT_EQ(dst.data()[i], i > max ? 255 : i * 256 / (max + 1)) << "sample " << i << ", MAX " << max;
+    }
+}
+
+TEST(Conversion, RangeProperties)
+{
+    RastelMono16 src = test::image_of<unsigned short>(4, 1, {50, 100, 150, 250});
+    RastelMono16s signed_src = test::image_of<short>(4, 1, {-50, 100, 150, 250});
+    RastelMono8 dst(4, 1);
+    auto const converted = [&](auto& image, char const* min, char const* max) {
+        image.properties.clear();
+        if (min != nullptr)
+            image.properties.put("MIN", min);
+        if (max != nullptr)
+            image.properties.put("MAX", max);
+        image >> dst;
+        return test::pixels_of(dst);
+    };
+    auto const stretch = [](std::vector<int> const& samples, int min, int max) {
+        std::vector<Byte> bytes;
+        for (int const sample : samples)
+            bytes.push_back(static_cast<Byte>(stretched(sample, min, max)));
+        return bytes;
+    };
+    std::vector<int> const samples{50, 100, 150, 250};
+    EXPECT_EQ(converted(src, "100", "200"), stretch(samples, 100, 200)); // 0 below, 255 above
+    EXPECT_EQ(converted(src, "100", "twelve"), stretch(samples, 100, 250));
+    EXPECT_EQ(converted(src, "100000", "200"), stretch(samples, 50, 200));
+    EXPECT_EQ(converted(src, "120", "110"), (std::vector<Byte>{0, 0, 255, 255}));
+    std::vector<int> const signed_samples{-50, 100, 150, 250};
+    EXPECT_EQ(converted(signed_src, "0", "200"), stretch(signed_samples, 0, 200));
+    EXPECT_EQ(converted(signed_src, "0", nullptr), stretch(signed_samples, -50, 250)) << "the scan lowers MIN as well";
+    EXPECT_EQ(converted(signed_src, nullptr, "300"), stretch(signed_samples, -50, 300));
+    EXPECT_EQ(converted(signed_src, "-60", "40000"), stretch(signed_samples, -60, 250));
+
+    EXPECT_EQ(test::pixels_of(test::image_of<unsigned short>(2, 1, {7, 7}) >> *std::make_unique<RastelMono8>(2, 1)),
+              (std::vector<Byte>{0, 0}));
+    EXPECT_EQ(test::pixels_of(test::image_of<unsigned short>(2, 1, {0, 65535}) >> *std::make_unique<RastelMono8>(2, 1)),
+              (std::vector<Byte>{0, 255}));
+    EXPECT_EQ(test::pixels_of(test::image_of<short>(2, 1, {-32768, 32767}) >> *std::make_unique<RastelMono8>(2, 1)),
+              (std::vector<Byte>{0, 255}));
+}
+
+TEST(Conversion, SignedGrey16TakesATemporaryAtOtherSizes)
+{
+    auto const src = test::random_image<short>(9, 7, 3);
+    RastelMono8 grey(9, 7);
+    RastelMono8 wanted(5, 6);
+    RastelMono8 dst(5, 6);
+    CaptureStdout();
+    src >> grey;
+    EXPECT_EQ(GetCapturedStdout(), "");
+    grey >> wanted;
+    CaptureStdout();
+    src >> dst;
+    EXPECT_EQ(GetCapturedStdout(), "[WW] rastel::TImage<D>& operator>>: RastelMono temporary allocation!\n");
+    EXPECT_TRUE(test::same_pixels(dst, wanted));
+}
+
+TEST(Conversion, SignChangesAreOneFlatRun)
+{
+    for (test::Size const size : {test::Size{6, 5}, test::Size{3, 3}, test::Size{9, 9}}) {
+        auto const bytes = test::random_image<Byte>(6, 5, 1);
+        auto const signed_bytes = test::random_image<signed char>(6, 5, 2);
+        auto const colours = test::random_image<RGB>(6, 5, 3);
+        test::FencedImage<signed char> a(size.width, size.height);
+        test::FencedImage<Byte> b(size.width, size.height);
+        test::FencedImage<signed char> c(size.width, size.height);
+        std::size_t const count = std::min<std::size_t>(30, a.image.room());
+        bytes >> a.image;
+        signed_bytes >> b.image;
+        colours >> c.image;
+        for (std::size_t i = 0; i < count; ++i) {
+            EXPECT_EQ(a.image.data()[i], bytes.data()[i] - 128);
+            EXPECT_EQ(b.image.data()[i], signed_bytes.data()[i] + 128);
+            RGB const p = colours.data()[i];
+            EXPECT_EQ(static_cast<Byte>(c.image.data()[i]), static_cast<Byte>(mixed("", p.r, p.g, p.b) - 127));
+        }
+    }
+}
+
+TEST(Conversion, GreyToColourWithAlphaWritesOnePixelMore)
+{
+    auto src = test::random_image<Byte>(5, 3, 1);
+    src.data()[15] = 99;
+    auto dst = test::dirty_image<TRGBA<Byte>>(5, 3);
+    auto const behind = dst.data()[16];
+    src >> dst;
+    EXPECT_EQ(dst.data()[15].g, 99);
+    EXPECT_EQ(dst.data()[15].a, 255);
+    EXPECT_EQ(std::memcmp(dst.data() + 16, &behind, 4), 0);
+    test::FencedImage<Byte> exact_src(5, 3);
+    test::FencedImage<TRGBA<Byte>> exact_dst(5, 3);
+    exact_src.image >> dst;
+    src >> exact_dst.image;
+}
+
+TEST(Conversion, ColourToColourWithAlpha)
+{
+    for (test::Size const size : {test::Size{6, 5}, test::Size{4, 3}, test::Size{9, 9}}) {
+        auto src = test::random_image<RGB>(6, 5, 1);
+        test::dirty(src);
+        src.data()[4] = {0, 0, 0};
+        auto const before = test::dirty_image<TRGBA<Byte>>(size.width, size.height, 5);
+        std::size_t const count = std::min<std::size_t>(before.pixels, src.room());
+        for (std::string const flags :
+             {"", "ALPHA_CHANNEL_COLOR_KEY|ALPHA_CHANNEL_KEEP_DEST", "ALPHA_CHANNEL_COLOR_KEY"}) {
+            TImage<TRGBA<Byte>> dst(before);
+            dst.properties.put("CONVERSION FLAGS", flags);
+            CaptureStdout();
+            src >> dst;
+            bool const keyed = flags == "ALPHA_CHANNEL_COLOR_KEY";
+            EXPECT_EQ(GetCapturedStdout(),
+                      keyed ? "TO BE REIMPLEMENTED ll_RGB8_to_RGBA_color_key property management\n" : "");
+            TImage<TRGBA<Byte>> wanted(before);
+            for (std::size_t i = 0; i < count; ++i) {
+                RGB const p = src.data()[i];
+                TRGBA<Byte> const old = before.data()[i];
+                if (keyed && p.r + p.g + p.b == 0)
+                    wanted.data()[i] = {old.r, old.g, old.b, 0};
+                else
+                    wanted.data()[i] = {p.r, p.g, p.b, flags.empty() || keyed ? Byte{255} : old.a};
+            }
+            EXPECT_TRUE(test::same_pixels(dst, wanted)) << size << flags;
+        }
+        test::FencedImage<RGB> exact(6, 5);
+        TImage<TRGBA<Byte>> dst(size.width, size.height);
+        exact.image >> dst;
+    }
+}
+
+TEST(Conversion, ColourToItself)
+{
+    auto rgb = test::random_image<RGB>(7, 6, 1);
+    RastelRGB8 third(3, 3);
+    RastelRGB8 wanted(3, 3);
+    Resample(rgb, wanted, NEAREST); // 7 is odd: not a half
+    rgb >> third;
+    EXPECT_TRUE(test::same_pixels(third, wanted));
+    auto const even = test::random_image<RGB>(6, 6, 1);
+    Resample(even, wanted, DOWNSAMPLE_2X);
+    even >> third;
+    EXPECT_TRUE(test::same_pixels(third, wanted));
+
+    auto rgba = test::random_image<TRGBA<Byte>>(4, 4, 1);
+    RastelRGBA8 other(3, 4);
+    RastelRGBA8 equal(4, 4);
+    CaptureStdout();
+    rgba >> equal;
+    EXPECT_TRUE(test::same_pixels(equal, rgba));
+    rgba >> other;
+    EXPECT_EQ(other.data()[0].r, 0);
+    rgba >> rgba;
+    rgb >> rgb;
+    RastelRGB8 empty;
+    empty >> empty;
+    RastelRGBA8 empty_alpha;
+    empty_alpha >> empty_alpha;
+    std::string const location = "[WW] rastel::TImage<D>& operator>>: ";
+    EXPECT_EQ(GetCapturedStdout(), location + "unimplemented yet\n" + location + "src == dst!\n" + location +
+                                       "src == dst!\n" + location + "src == dst!\n");
+}
+
+TEST(Conversion, GreyToItself)
+{
+    auto const grey = test::random_image<Byte>(9, 7, 1);
+    for (test::Size const size : {test::Size{4, 3}, test::Size{9, 3}, test::Size{20, 20}}) {
+        RastelMono8 dst(size.width, size.height);
+        RastelMono8 wanted(size.width, size.height);
+        Resample(grey, wanted, size.width == 4 ? DOWNSAMPLE_2X : BILINEAR_INTERPOLATION);
+        grey >> dst;
+        EXPECT_TRUE(test::same_pixels(dst, wanted)) << size;
+    }
+    auto const wide = test::random_image<unsigned short>(9, 7, 1);
+    RastelMono16 half(4, 3);
+    RastelMono16 wanted(4, 3);
+    Resample(wide, wanted, DOWNSAMPLE_2X);
+    wide >> half;
+    EXPECT_TRUE(test::same_pixels(half, wanted));
+    auto const signed_grey = test::random_image<signed char>(9, 7, 1);
+    RastelMono8s copy(9, 7);
+    signed_grey >> copy;
+    EXPECT_TRUE(test::same_pixels(copy, signed_grey));
+    RastelMono8s smaller(4, 3);
+    EXPECT_THROW(signed_grey >> smaller, not_implemented);
+}
+
+TEST(Conversion, PositionsThatRunPastTheSourceStayInItsRoom)
+{
+    // So many steps that their sum passes the source's end: the float step of 1.0001 rounds up again and again.
+    unsigned int const from = 20011;
+    unsigned int const to = 20009;
+    for (bool const tall : {false, true}) {
+        test::FencedImage<RGB> src(tall ? 1 : from, tall ? from : 1);
+        auto dst = test::dirty_image<Byte>(tall ? 2 : to, tall ? to : 2);
+        for (char const* flags : {"", "NEAREST"}) {
+            dst.properties.put("CONVERSION FLAGS", flags);
+            src.image >> dst;
+        }
+        test::FencedImage<Byte> grey(tall ? 3 : from, tall ? from : 3);
+        auto boxes = test::dirty_image<RGB>(tall ? 2 : to, tall ? to : 2);
+        grey.image >> boxes;
+    }
+}
+
+} // namespace

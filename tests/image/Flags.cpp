@@ -1,0 +1,103 @@
+#include <rastel/conversions/RastelConversions.h>
+#include <rastel/operations/BasicOperations.h>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using namespace rastel;
+
+TEST(Flag, HasAnIdentityOfItsOwn)
+{
+    RastelFlag const a;
+    RastelFlag const b;
+    RastelFlag const copy = a;
+    EXPECT_FALSE(a == b);
+    EXPECT_TRUE(a == copy);
+    EXPECT_TRUE(a < b || b < a);
+    EXPECT_FALSE(a < copy);
+}
+
+TEST(FlagSet, TextListsConversionsThenOperationsThenNumbers)
+{
+    RastelFlag const own;
+    RastelFlagSet set(DOWNSAMPLE_2X);
+    set.set(own);
+    for (RastelFlag const& flag : {NEAREST, STEREO_DECODING_FIELD, BAYER_DECODING_EDGE_SENSE, NONE, NONE})
+        set.set(flag);
+    std::string const text =
+        "NONE|BAYER_DECODING_EDGE_SENSE|STEREO_DECODING_FIELD|NEAREST|DOWNSAMPLE_2X|#" + std::to_string(own.id());
+    EXPECT_EQ(set.to_string(), text);
+    EXPECT_EQ(RastelFlagSet(text).to_string(), text);
+    EXPECT_EQ(RastelFlagSet().to_string(), "");
+}
+
+TEST(FlagSet, EveryNameReadsBack)
+{
+    RastelFlag const all[] = {NONE,
+                              BAYER_DECODING_NONE,
+                              BAYER_DECODING_NEAREST,
+                              BAYER_DECODING_EDGE_SENSE,
+                              BAYER_DECODING_SIMPLE,
+                              BAYER_DECODING_GRADIENT,
+                              BAYER_DECODING_ADAPTIVE,
+                              BAYER_DECODING_KIMMEL,
+                              BAYER_DECODING_DOWNSAMPLE_2X,
+                              BAYER_DECODING_LUMINANCE,
+                              ALPHA_CHANNEL_NONE,
+                              ALPHA_CHANNEL_KEEP_DEST,
+                              ALPHA_CHANNEL_COLOR_KEY,
+                              COLOR_CHANNELS_AVERAGE,
+                              COLOR_CHANNELS_STANDARD_COEFFICIENTS,
+                              COLOR_CHANNEL_R,
+                              COLOR_CHANNEL_G,
+                              COLOR_CHANNEL_B,
+                              STEREO_DECODING_NONE,
+                              STEREO_DECODING_INTERLACED,
+                              STEREO_DECODING_FIELD,
+                              BILINEAR_INTERPOLATION,
+                              TRILINEAR_INTERPOLATION,
+                              RESAMPLE,
+                              NEAREST,
+                              DOWNSAMPLE_2X};
+    std::string joined;
+    for (RastelFlag const& flag : all) {
+        std::string const name = RastelFlagSet(flag).to_string();
+        EXPECT_NE(name[0], '#');
+        RastelFlagSet const read(name);
+        for (RastelFlag const& other : all)
+            EXPECT_EQ(read.test(other), other == flag) << name;
+        joined += (joined.empty() ? "" : "|") + name;
+    }
+    RastelFlagSet everything;
+    for (RastelFlag const& flag : all)
+        everything.set(flag);
+    EXPECT_EQ(everything.to_string(), joined) << "the order of the text form";
+}
+
+TEST(FlagSet, ReadsBlanksAndRefusesUnknownWords)
+{
+    RastelFlagSet const set(" NEAREST |\tNONE ");
+    EXPECT_TRUE(set.test(NEAREST) && set.test(NONE));
+    EXPECT_EQ(RastelFlagSet(std::string("  ")).to_string(), "");
+    for (std::string const word : {"nearest", "NONE NEAREST", "", "#", "#0", "#4294967299", "#1x", "#-1"}) {
+        try {
+            RastelFlagSet const refused("NONE|" + word);
+            ADD_FAILURE() << '"' << word << "\" was taken";
+        } catch (std::runtime_error const& error) {
+            EXPECT_NE(std::string(error.what()).find('"' + word + '"'), std::string::npos) << error.what();
+            EXPECT_EQ(std::string(error.what()).find("NONE|"), std::string::npos) << error.what();
+        }
+    }
+}
+
+TEST(FlaggedSource, HoldsNoneBesideItsFlags)
+{
+    RastelMono8 const image(1, 1);
+    FlaggedSource const source = image >> NEAREST >> ALPHA_CHANNEL_KEEP_DEST;
+    EXPECT_EQ(source.image, &image);
+    EXPECT_EQ(source.flags.to_string(), "NONE|ALPHA_CHANNEL_KEEP_DEST|NEAREST");
+}
+
+} // namespace
