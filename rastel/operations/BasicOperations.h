@@ -16,6 +16,7 @@
 #include <rastel/image/TImage.h>
 #include <rastel/oq/Singleton.h>
 
+#include <cstddef>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -48,7 +49,7 @@ public:
 };
 
 /// Every value but ANGLE_RADIANS means degrees.
-enum ANGLE_UNITS {
+enum ANGLE_UNITS : int {
     ANGLE_DEGREES = 0,
     ANGLE_RADIANS = 1,
 };
@@ -124,6 +125,35 @@ template <class T>
 void Resample(TImage<T> const& src, TImage<T>& dst, RastelFlag const& method);
 template <class T>
 bool IsEmpty(TImage<T> const& image);
+
+namespace functors
+{
+
+/// Adds a scaled pixel: each sample d becomes d + trunc(factor * s), of which it keeps the low bits. The product is
+/// limited to 64 bits with a sign; one that is not a number counts as 0.
+template <class T>
+class LinComb_self
+{
+public:
+    explicit LinComb_self(double factor);
+    void operator()(T& dst, T const& src) const;
+    void operator()(T* dst, T const* src, std::size_t count) const; ///< the same for a run of pixels
+
+private:
+    double factor_;
+};
+
+} // namespace functors
+
+namespace algorithms
+{
+
+/// Applies functor(output pixel, input pixel) to all pixels; `second` is checked for its size alone. Throws
+/// std::runtime_error if the three sizes differ.
+template <class Input, class Second, class Output, class Functor>
+Functor transform_self(Input const& input, Second const& second, Output& output, Functor functor);
+
+} // namespace algorithms
 
 namespace impl
 {

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <rastel/operations/BasicOperations.h>
+#include <rastel/operations/Pixels.h>
+
+#include <array>
+#include <type_traits>
+
+namespace rastel
+{
+namespace impl
+{
+
+/// The pixel in the low bytes of a number, lowest byte first in memory; a wider sample is the number's low bits.
+template <class T>
+T pixel_in(int number)
+{
+    using S = Sample<T>;
+    std::array<S, channels<T>> values{};
+    for (std::size_t i = 0; i < values.size(); ++i)
+        values[i] = static_cast<S>(static_cast<unsigned int>(number) >> (8 * i));
+    T pixel;
+    std::memcpy(&pixel, values.data(), sizeof pixel);
+    return pixel;
+}
+
+template <class T>
+void fill_run(T* out, std::size_t count, T pixel)
+{
+    std::array<unsigned char, sizeof(T)> bytes;
+    std::memcpy(bytes.data(), &pixel, sizeof pixel);
+    if (std::count(bytes.begin(), bytes.end(), bytes[0]) == static_cast<std::ptrdiff_t>(sizeof pixel)) {
+        std::memset(static_cast<void*>(out), bytes[0], count * sizeof pixel);
+        return;
+    }
+    // A block of pixels is whole vector registers, whatever the pixel's size.
+    std::array<T, 64> block;
+    block.fill(pixel);
+    std::size_t i = 0;
+    for (; i + block.size() <= count; i += block.size())
+        std::memcpy(static_cast<void*>(out + i), block.data(), sizeof block);
+    std::fill(out + i, out + count, pixel);
+}
+
+} // namespace impl
+
+template <class T>
+void Fill(TImage<T>& image, T pixel)
+{
+    if (std::size_t const count = impl::pixels_in_room(image))
+        impl::fill_run(image.data(), count, pixel);
+}
+
+} // namespace rastel

@@ -1,0 +1,114 @@
+#pragma once
+
+#include <rastel/operations/BasicOperations.h>
+#include <rastel/operations/Pixels.h>
+#include <rastel/oq/Numeric.h>
+
+#include <cmath>
+#include <stdexcept>
+#include <type_traits>
+
+namespace rastel
+{
+namespace impl
+{
+
+/// Truncates values that are known to fit 32 bits, as they do for every sample where `factor_fits`.
+struct Truncated {
+    static unsigned int whole(double value) { return static_cast<unsigned int>(static_cast<int>(value)); }
+};
+
+/// Truncates any value through a signed 64-bit integer that saturates.
+struct SaturatedTruncated {
+    static std::uint64_t whole(double value)
+    {
+        return static_cast<std::uint64_t>(oq::saturate_cast<std::int64_t>(value));
+    }
+};
+
+/// True if factor * source + destination stays below 2^31 for all samples of 16 bits.
+inline bool factor_fits(double factor) { return std::fabs(factor) < 32767.0; }
+
+/// Numbers: the sum is rounded once, then truncated.
+struct SumTruncated {
+    template <class Conversion, class S>
+    static S combine(S dst, S src, double factor)
+    {
+        double const sum = std::fma(factor, static_cast<double>(src), static_cast<double>(dst));
+        return static_cast<S>(Conversion::whole(sum));
+    }
+};
+
+/// Colours and mosaics: the product is truncated, then added.
+struct ProductTruncated {
+    template <class Conversion, class S>
+    static S combine(S dst, S src, double factor)
+    {
+        return static_cast<S>(dst + Conversion::whole(static_cast<double>(src) * factor));
+    }
+};
+
+template <class Rule, class Conversion, class S>
+RASTEL_CLONES void combine_row(S* dst, S const* src, std::size_t count, double factor)
+{
+    for (std::size_t i = 0; i < count; ++i)
+        dst[i] = Rule::template combine<Conversion>(dst[i], src[i], factor);
+}
+
+template <class Rule, class S>
+void combine(S* dst, S const* src, std::size_t count, double factor)
+{
+    if (factor_fits(factor))
+        combine_row<Rule, Truncated>(dst, src, count, factor);
+    else
+        combine_row<Rule, SaturatedTruncated>(dst, src, count, factor);
+}
+
+/// Adds scaled numbers to a run of them.
+template <class T>
+struct NumberLinComb_self {
+    double factor;
+    void operator()(T* dst, T const* src, std::size_t count) const { combine<SumTruncated>(dst, src, count, factor); }
+};
+
+} // namespace impl
+
+template <class T>
+functors::LinComb_self<T>::LinComb_self(double factor) : factor_(factor)
+{
+}
+
+template <class T>
+void functors::LinComb_self<T>::operator()(T& dst, T const& src) const
+{
+    operator()(&dst, &src, 1);
+}
+
+template <class T>
+void functors::LinComb_self<T>::operator()(T* dst, T const* src, std::size_t count) const
+{
+    impl::combine<impl::ProductTruncated>(impl::samples(dst), impl::samples(src), count * impl::channels<T>, factor_);
+}
+
+template <class Input, class Second, class Output, class Functor>
+Functor algorithms::transform_self(Input const& input, Second const& second, Output& output, Functor functor)
+{
+    auto const same_size = [&output](Rastel const& image) {
+        return image.width == output.width && image.height == output.height;
+    };
+    if (!same_size(input) || !same_size(second))
+        throw std::runtime_error("Cannot apply a pixel by pixel operator to images with different sizes");
+    functor(output.data(), input.data(), std::min(impl::pixels_in_room(output), impl::pixels_in_room(input)));
+    return functor;
+}
+
+template <class T>
+void LinComb(TImage<T> const& src, double factor, TImage<T>& dst)
+{
+    if constexpr (std::is_integral_v<T>)
+        algorithms::transform_self(src, dst, dst, impl::NumberLinComb_self<T>{factor});
+    else
+        algorithms::transform_self(src, dst, dst, functors::LinComb_self<T>(factor));
+}
+
+} // namespace rastel

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <rastel/operations/Pixels.h>
+#include <rastel/operations/Statistics.h>
+#include <rastel/oq/Numeric.h>
+
+#include <array>
+#include <stdexcept>
+#include <type_traits>
+
+namespace rastel
+{
+namespace impl
+{
+
+/// Adds each channel's samples to its sum, modulo 2^32.
+template <class S, std::size_t samples_a_pixel>
+RASTEL_CLONES void sum_run(std::uint32_t* sums, S const* in, std::size_t pixels)
+{
+    // As many sums as fill whole vectors in each channel, so that no sample changes its lane.
+    constexpr std::size_t lanes = 32 * samples_a_pixel;
+    std::uint32_t lane_sums[lanes] = {};
+    std::size_t const count = pixels * samples_a_pixel;
+    std::size_t i = 0;
+    for (; i + lanes <= count; i += lanes)
+        for (std::size_t lane = 0; lane < lanes; ++lane)
+            lane_sums[lane] += static_cast<std::uint32_t>(in[i + lane]);
+    for (std::size_t lane = 0; i + lane < count; ++lane)
+        lane_sums[lane] += static_cast<std::uint32_t>(in[i + lane]);
+    for (std::size_t lane = 0; lane < lanes; ++lane)
+        sums[lane % samples_a_pixel] += lane_sums[lane];
+}
+
+/// The same for every `step`-th pixel.
+template <class S, std::size_t samples_a_pixel>
+void sum_strided(std::uint32_t* sums, S const* in, std::size_t pixels, std::size_t step)
+{
+    for (std::size_t i = 0; i < pixels; ++i)
+        for (std::size_t channel = 0; channel < samples_a_pixel; ++channel)
+            sums[channel] += static_cast<std::uint32_t>(in[samples_a_pixel * step * i + channel]);
+}
+
+/// Pixels at which the samples of one measurement lie, seen from the walk's.
+template <class T>
+struct MeanCell {
+    static std::array<std::size_t, 1> offsets(std::size_t /*width*/) { return {0}; }
+};
+template <class P>
+struct MeanCell<Bayer<P>> {
+    static std::array<std::size_t, 4> offsets(std::size_t width) { return {0, 1, width, width + 1}; }
+};
+
+/// A signed sum is divided as an unsigned 64-bit number: a negative one gives a huge mean.
+template <class S>
+double mean_of(std::uint32_t sum, std::uint64_t count)
+{
+    using Signed = std::conditional_t<std::is_signed_v<S>, std::int32_t, std::uint32_t>;
+    return count == 0 ? 0.0
+                      : static_cast<double>(static_cast<std::uint64_t>(std::int64_t{static_cast<Signed>(sum)}) / count);
+}
+
+} // namespace impl
+
+template <class T>
+std::vector<double> Mean(TImage<T> const& image, unsigned int first, unsigned int step, unsigned int /*third*/,
+                         unsigned int fourth, unsigned int /*fifth*/)
+{
+    using S = impl::Sample<T>;
+    if (step == 0)
+        throw std::invalid_argument("rastel::Mean: a step of 0 never ends");
+
+    // The walk goes on behind the image, as long as all that a sample reads is in the room.
+    auto const offsets = impl::MeanCell<T>::offsets(image.width);
+    std::uint64_t const start = std::uint64_t{first} + fourth;
+    std::uint64_t const reach = start + offsets.back();
+    std::uint64_t const run = impl::in_room(image, reach, image.pixels);
+    std::uint64_t const count = run / step + (run % step != 0 ? 1 : 0);
+
+    std::array<std::uint32_t, offsets.size() * impl::channels<T>> sums{};
+    if (count != 0)
+        for (std::size_t i = 0; i < offsets.size(); ++i) {
+            S const* const in = impl::samples(image.data() + start + offsets[i]);
+            if (step == 1)
+                impl::sum_run<S, impl::channels<T>>(&sums[i * impl::channels<T>], in, count);
+            else
+                impl::sum_strided<S, impl::channels<T>>(&sums[i * impl::channels<T>], in, count, step);
+        }
+
+    std::vector<double> means;
+    for (std::uint32_t const sum : sums)
+        means.push_back(impl::mean_of<S>(sum, count));
+    return means;
+}
+
+} // namespace rastel

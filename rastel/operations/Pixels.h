@@ -1,0 +1,79 @@
+// What every operation knows of pixels: their samples, and how far a run of them may go.
+#pragma once
+
+#include <rastel/image/TImage.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace rastel::impl
+{
+
+template <class T>
+struct Samples {
+    using Type = T;
+    static constexpr std::size_t count = 1;
+};
+template <class P>
+struct Samples<Bayer<P>> {
+    using Type = typename P::Sample;
+    static constexpr std::size_t count = 1;
+};
+template <class S>
+struct Samples<TRGB<S>> {
+    using Type = S;
+    static constexpr std::size_t count = 3;
+};
+template <class S>
+struct Samples<TRGBA<S>> {
+    using Type = S;
+    static constexpr std::size_t count = 4;
+};
+
+template <class T>
+using Sample = typename Samples<T>::Type;
+
+/// Samples in a pixel.
+template <class T>
+constexpr std::size_t channels = Samples<T>::count;
+
+/// The pixels as a flat run of samples.
+template <class T>
+Sample<T>* samples(T* pixels)
+{
+    return reinterpret_cast<Sample<T>*>(pixels);
+}
+template <class T>
+Sample<T> const* samples(T const* pixels)
+{
+    return reinterpret_cast<Sample<T> const*>(pixels);
+}
+
+/// Of `count` pixels from `index` on, as many as the image has room for.
+template <class T>
+std::size_t in_room(TImage<T> const& image, std::size_t index, std::size_t count)
+{
+    std::size_t const room = image.room();
+    return index >= room ? 0 : std::min(count, room - index);
+}
+
+/// Of the image's own pixels, as many as its buffer holds.
+template <class T>
+std::size_t pixels_in_room(TImage<T> const& image)
+{
+    return in_room(image, 0, image.pixels);
+}
+
+/// Copies a run of pixels, as far as both images have room for it, and returns its length.
+template <class T>
+std::size_t copy_run(TImage<T>& dst, std::size_t to, TImage<T> const& src, std::size_t from, std::size_t count)
+{
+    std::size_t const length = std::min(in_room(dst, to, count), in_room(src, from, count));
+    if (length != 0)
+        std::memmove(dst.data() + to, src.data() + from, length * sizeof(T));
+    return length;
+}
+
+} // namespace rastel::impl

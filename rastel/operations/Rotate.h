@@ -1,0 +1,126 @@
+#pragma once
+
+#include <rastel/operations/BasicOperations.h>
+#include <rastel/operations/Pixels.h>
+#include <rastel/operations/Transpose.h>
+
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+
+namespace rastel
+{
+namespace impl
+{
+
+enum class Turn { none, counter_clockwise, half, clockwise };
+
+/// The turn that an angle in degrees stands for, to within the last bit of 1.
+inline Turn turn_of(double degrees)
+{
+    auto const is = [degrees](double right) {
+        return std::fabs(degrees - right) < std::numeric_limits<double>::epsilon();
+    };
+    if (is(90) || is(-270))
+        return Turn::counter_clockwise;
+    if (is(180) || is(-180))
+        return Turn::half;
+    if (is(-90) || is(270))
+        return Turn::clockwise;
+    return Turn::none;
+}
+
+/// Part of an image: columns and rows from `left`, `top` up to `right`, `bottom`, these not included.
+struct Rectangle {
+    std::size_t left, top, right, bottom;
+};
+
+/// Turns a part of src, whose pixels all lie in the room of both.
+template <class T>
+void turn_part(TImage<T> const& src, TImage<T>& dst, Rectangle const& part, bool clockwise)
+{
+    if (part.left >= part.right || part.top >= part.bottom)
+        return;
+    std::size_t const width = src.width;
+    std::size_t const height = src.height;
+    auto const src_pitch = static_cast<std::ptrdiff_t>(width);
+    auto const dst_pitch = static_cast<std::ptrdiff_t>(height);
+    // A column becomes a row: read upwards from the part's last row, or written upwards from its last column's row.
+    if (clockwise)
+        transpose(dst.data() + part.left * height + (height - part.bottom), dst_pitch,
+                  src.data() + (part.bottom - 1) * width + part.left, -src_pitch, part.right - part.left,
+                  part.bottom - part.top);
+    else
+        transpose(dst.data() + (width - 1 - part.left) * height + part.top, -dst_pitch,
+                  src.data() + part.top * width + part.left, src_pitch, part.right - part.left, part.bottom - part.top);
+}
+
+/// A buffer that ends early cuts the source to whole rows and a part of one more, and the destination likewise.
+template <class T>
+void quarter_turn(TImage<T> const& src, TImage<T>& dst, bool clockwise)
+{
+    std::size_t const width = src.width;
+    std::size_t const height = src.height;
+    if (width == 0 || height == 0)
+        return;
+    std::size_t const whole_rows = std::min(height, src.room() / width);
+    std::size_t const whole_columns = std::min(width, dst.room() / height);
+    std::size_t const row_rest = whole_rows < height ? src.room() % width : 0;
+    std::size_t const column_rest = whole_columns < width ? dst.room() % height : 0;
+
+    Rectangle const columns =
+        clockwise ? Rectangle{0, 0, whole_columns, height} : Rectangle{width - whole_columns, 0, width, height};
+    Rectangle const column = clockwise ? Rectangle{whole_columns, height - column_rest, whole_columns + 1, height}
+                                       : Rectangle{columns.left - 1, 0, columns.left, column_rest};
+    auto const turn = [&](Rectangle const& part) {
+        turn_part(src, dst, {part.left, part.top, part.right, std::min(part.bottom, whole_rows)}, clockwise);
+        turn_part(src, dst,
+                  {part.left, std::max(part.top, whole_rows), std::min(part.right, row_rest),
+                   std::min(part.bottom, whole_rows + 1)},
+                  clockwise);
+    };
+    turn(columns);
+    if (column_rest != 0)
+        turn(column);
+}
+
+/// Pixel i of N goes to N - i, one further on than a rotation would put it.
+template <class T>
+void half_turn(TImage<T> const& src, TImage<T>& dst)
+{
+    std::size_t const last = src.pixels;
+    std::size_t const end = pixels_in_room(src);
+    std::size_t const begin = last < dst.room() ? 0 : last - dst.room() + 1;
+    if (begin < end)
+        reverse_run(dst.data() + (last - end + 1), src.data() + begin, end - begin);
+}
+
+} // namespace impl
+
+template <class T>
+void Rotate(TImage<T> const& src, TImage<T>& dst, double angle, ANGLE_UNITS units)
+{
+    constexpr double degrees_per_radian = 57.29577951308232;
+    switch (impl::turn_of(units == ANGLE_RADIANS ? angle * degrees_per_radian : angle)) {
+    case impl::Turn::counter_clockwise:
+        impl::quarter_turn(src, dst, false);
+        break;
+    case impl::Turn::half:
+        impl::half_turn(src, dst);
+        break;
+    case impl::Turn::clockwise:
+        impl::quarter_turn(src, dst, true);
+        break;
+    case impl::Turn::none:
+        break;
+    }
+}
+
+template <class T>
+void RotateC(TImage<T> const& /*src*/, TImage<T>& /*dst*/, double /*angle*/, double /*x*/, double /*y*/,
+             ANGLE_UNITS /*units*/)
+{
+    throw std::runtime_error("To be implemented");
+}
+
+} // namespace rastel

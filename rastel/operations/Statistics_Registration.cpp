@@ -1,0 +1,14 @@
+#include <rastel/operations/Statistics_Registration.h>
+
+template <class T, DestructorType when>
+T* oq::Singleton<T, when>::m_pInstance = nullptr;
+template <class T, DestructorType when>
+boost::shared_ptr<T> oq::Singleton<T, when>::m_spInstance;
+
+template class oq::Singleton<rastel::impl::Statistics_FnMtx, DESTROY_AT_EXIT>;
+
+bool rastel::impl::statistics_registered()
+{
+    return Statistics_RastelMono8_types && Statistics_RastelRGB8_types && Statistics_RastelRGBA8_types &&
+           Statistics_RastelBayer_types && Statistics_RastelMisc_types;
+}
