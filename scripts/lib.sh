@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # For the scripts beside it: the Debian packages that a build needs, and the build itself.
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
