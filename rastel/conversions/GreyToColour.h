@@ -1,33 +1,10 @@
-// Stores grey bytes as colour pixels, and the paths that grey to RGB and grey to RGBA share.
+// The paths that grey to RGB and grey to RGBA share.
 #pragma once
 
 #include <rastel/conversions/Sampling.h>
 
 namespace rastel::impl
 {
-
-RASTEL_CLONES inline void store_grey_row(TRGB<unsigned char>* out, unsigned char const* grey, std::size_t count)
-{
-    for (std::size_t i = 0; i < count; ++i) {
-        unsigned char const value = grey[i];
-        out[i].r = value;
-        out[i].g = value;
-        out[i].b = value;
-    }
-}
-
-/// Alpha becomes its old value OR the mask: 0 keeps it, 255 makes the pixel opaque. P is TRGBA or TBGRA.
-template <class P>
-RASTEL_CLONES void store_grey_row(P* out, unsigned char const* grey, std::size_t count, unsigned char alpha_mask)
-{
-    for (std::size_t i = 0; i < count; ++i) {
-        unsigned char const value = grey[i];
-        out[i].r = value;
-        out[i].g = value;
-        out[i].b = value;
-        out[i].a = static_cast<unsigned char>(out[i].a | alpha_mask);
-    }
-}
 
 RASTEL_CLONES inline void quarter_row(unsigned char* __restrict out, unsigned char const* __restrict upper,
                                       unsigned char const* __restrict lower, std::size_t count)

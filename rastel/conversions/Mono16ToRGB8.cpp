@@ -1,5 +1,5 @@
+#include <rastel/conversions/ColourRows.h>
 #include <rastel/conversions/ConversionFlags.h>
-#include <rastel/conversions/GreyToColour.h>
 #include <rastel/conversions/Registration.h>
 #include <rastel/conversions/SampleRange.h>
 #include <rastel/conversions/Sampling.h>
@@ -21,7 +21,7 @@ void store_range(TRGB<unsigned char>* out, unsigned short const* samples, std::s
     for (std::size_t done = 0; done < count; done += grey.size()) {
         std::size_t const run = std::min(grey.size(), count - done);
         range.map(grey.data(), samples + done, run);
-        store_grey_row(out + done, grey.data(), run);
+        rows::spread_grey(out + done, grey.data(), run);
     }
 }
 

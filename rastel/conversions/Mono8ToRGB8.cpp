@@ -1,3 +1,4 @@
+#include <rastel/conversions/ColourRows.h>
 #include <rastel/conversions/ConversionFlags.h>
 #include <rastel/conversions/GreyToColour.h>
 #include <rastel/conversions/Registration.h>
@@ -16,11 +17,11 @@ TImage<TRGB<unsigned char>>& convert(TImage<unsigned char> const& src, TImage<TR
         // The count is a signed 32-bit number: an image whose count has the sign bit set is left alone.
         std::int32_t const count = oq::low_bits<std::int32_t>(src.pixels);
         if (count > 0)
-            store_grey_row(dst.data(), src.data(), static_cast<std::size_t>(count));
+            rows::spread_grey(dst.data(), src.data(), static_cast<std::size_t>(count));
         return dst;
     }
     sample_grey(dst, src, path, [](TRGB<unsigned char>* out, unsigned char const* grey, std::size_t count) {
-        store_grey_row(out, grey, count);
+        rows::spread_grey(out, grey, count);
     });
     return dst;
 }

@@ -1,3 +1,4 @@
+#include <rastel/conversions/ColourRows.h>
 #include <rastel/conversions/ConversionFlags.h>
 #include <rastel/conversions/GreyToColour.h>
 #include <rastel/conversions/Registration.h>
@@ -7,6 +8,13 @@ namespace rastel::impl
 {
 namespace
 {
+
+/// Both pixel types have three equal bytes here, and alpha in the last one.
+template <class P>
+unsigned char* bytes(P* pixels)
+{
+    return reinterpret_cast<unsigned char*>(pixels);
+}
 
 template <class P>
 TImage<P>& _gtgt(TImage<unsigned char> const& src, TImage<P>& dst)
@@ -20,12 +28,13 @@ TImage<P>& _gtgt(TImage<unsigned char> const& src, TImage<P>& dst)
         // One pixel more than the image has, where both buffers have room for it; the count is a signed 32-bit number.
         std::int32_t const count = oq::low_bits<std::int32_t>(src.pixels);
         if (count >= 0)
-            store_grey_row(dst.data(), src.data(),
-                           std::min({static_cast<std::size_t>(count) + 1, src.room(), dst.room()}), alpha_mask);
+            rows::spread_grey_alpha(bytes(dst.data()), src.data(),
+                                    std::min({static_cast<std::size_t>(count) + 1, src.room(), dst.room()}),
+                                    alpha_mask);
         return dst;
     }
     sample_grey(dst, src, path, [alpha_mask](P* out, unsigned char const* grey, std::size_t count) {
-        store_grey_row(out, grey, count, alpha_mask);
+        rows::spread_grey_alpha(bytes(out), grey, count, alpha_mask);
     });
     return dst;
 }

@@ -1,4 +1,4 @@
-#include <rastel/conversions/ChannelMix.h>
+#include <rastel/conversions/ColourRows.h>
 #include <rastel/conversions/ConversionFlags.h>
 #include <rastel/conversions/Registration.h>
 #include <rastel/conversions/Sampling.h>
@@ -12,30 +12,11 @@ namespace
 using RGB = TRGB<unsigned char>;
 
 template <class Mix>
-RASTEL_CLONES void mix_pixels(unsigned char* out, RGB const* pixels, std::size_t count)
-{
-    for (std::size_t i = 0; i < count; ++i)
-        out[i] = static_cast<unsigned char>(Mix::value(pixels[i].r, pixels[i].g, pixels[i].b));
-}
-
-template <class Mix>
 RASTEL_CLONES void mix_rows(unsigned char* __restrict out, unsigned char const* __restrict r,
                             unsigned char const* __restrict g, unsigned char const* __restrict b, std::size_t count)
 {
     for (std::size_t i = 0; i < count; ++i)
         out[i] = static_cast<unsigned char>(Mix::value(r[i], g[i], b[i]));
-}
-
-/// The mean of all twelve samples of a cell, whatever the mix: 5461 / 65536 is a twelfth.
-RASTEL_CLONES void twelfth_row(unsigned char* out, unsigned char const* upper, unsigned char const* lower,
-                               std::size_t count)
-{
-    for (std::size_t x = 0; x < count; ++x) {
-        unsigned int sum = 0;
-        for (std::size_t i = 0; i < 6; ++i)
-            sum += static_cast<unsigned int>(upper[6 * x + i]) + lower[6 * x + i];
-        out[x] = static_cast<unsigned char>(((sum + 8) * 5461 + 1020) >> 16);
-    }
 }
 
 template <class Mix>
@@ -52,10 +33,10 @@ void convert_mixed(TImage<RGB> const& src, TImage<unsigned char>& dst, Path path
     MixWriter<Mix> const write;
     switch (path) {
     case Path::same:
-        mix_pixels<Mix>(dst.data(), src.data(), static_cast<std::size_t>(src.pixels));
+        rows::mix_pixels<Mix>(dst.data(), src.data(), static_cast<std::size_t>(src.pixels));
         break;
     case Path::half:
-        sample_halves(dst, src, twelfth_row);
+        sample_halves(dst, src, rows::mean_of_cells); // whatever the mix
         break;
     case Path::box:
         sample_boxes<std::uint32_t, MeanOfBox<std::uint32_t>>(dst, src, write);

@@ -1,4 +1,4 @@
-#include <rastel/conversions/ChannelMix.h>
+#include <rastel/conversions/ColourRows.h>
 #include <rastel/conversions/Registration.h>
 #include <rastel/conversions/Sampling.h>
 
@@ -7,11 +7,23 @@ namespace rastel::impl
 namespace
 {
 
-/// The average, minus 127 modulo 256: white becomes -128.
-RASTEL_CLONES void signed_average_row(signed char* out, TRGB<unsigned char> const* pixels, std::size_t count)
+RASTEL_CLONES void subtract_127(unsigned char* bytes, std::size_t count)
 {
     for (std::size_t i = 0; i < count; ++i)
-        out[i] = oq::low_bits<signed char>(channels_average::value(pixels[i].r, pixels[i].g, pixels[i].b) - 127);
+        bytes[i] = static_cast<unsigned char>(bytes[i] - 127);
+}
+
+/// The average, minus 127 modulo 256: white becomes -128. Short runs, so that the second step finds its bytes in the
+/// nearest cache.
+void signed_average_run(signed char* out, TRGB<unsigned char> const* pixels, std::size_t count)
+{
+    auto* const bytes = reinterpret_cast<unsigned char*>(out);
+    constexpr std::size_t run = 4096;
+    for (std::size_t done = 0; done < count; done += run) {
+        std::size_t const length = std::min(run, count - done);
+        rows::mix_pixels<channels_average>(bytes + done, pixels + done, length);
+        subtract_127(bytes + done, length);
+    }
 }
 
 } // namespace
@@ -20,7 +32,7 @@ RASTEL_CLONES void signed_average_row(signed char* out, TRGB<unsigned char> cons
 TImage<signed char>& convert(TImage<TRGB<unsigned char>> const& src, TImage<signed char>& dst)
 {
     if (!nothing_to_convert(src, dst))
-        signed_average_row(dst.data(), src.data(),
+        signed_average_run(dst.data(), src.data(),
                            static_cast<std::size_t>(std::min<std::uint64_t>(src.pixels, dst.room())));
     return dst;
 }

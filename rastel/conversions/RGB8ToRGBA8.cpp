@@ -1,3 +1,4 @@
+#include <rastel/conversions/ColourRows.h>
 #include <rastel/conversions/ConversionFlags.h>
 #include <rastel/conversions/Registration.h>
 #include <rastel/conversions/Sampling.h>
@@ -11,20 +12,7 @@ namespace
 using RGB = TRGB<unsigned char>;
 using RGBA = TRGBA<unsigned char>;
 
-RASTEL_CLONES void keep_alpha_row(RGBA* out, RGB const* pixels, std::size_t count)
-{
-    for (std::size_t i = 0; i < count; ++i) {
-        out[i].r = pixels[i].r;
-        out[i].g = pixels[i].g;
-        out[i].b = pixels[i].b;
-    }
-}
-
-RASTEL_CLONES void opaque_row(RGBA* out, RGB const* pixels, std::size_t count)
-{
-    for (std::size_t i = 0; i < count; ++i)
-        out[i] = {pixels[i].r, pixels[i].g, pixels[i].b, 255};
-}
+unsigned char* bytes(RGBA* pixels) { return reinterpret_cast<unsigned char*>(pixels); }
 
 RASTEL_CLONES void color_key_row(RGBA* out, RGB const* pixels, std::size_t count, RGB key)
 {
@@ -70,12 +58,12 @@ using rastel::impl::run_length;
 
 void ll_RGB8_to_RGBA_alpha_keep(rastel::RastelRGBA8& dst, rastel::RastelRGB8 const& src)
 {
-    rastel::impl::keep_alpha_row(dst.data(), src.data(), run_length(dst, src));
+    rastel::impl::rows::add_alpha(rastel::impl::bytes(dst.data()), src.data(), run_length(dst, src), 0);
 }
 
 void ll_RGB8_to_RGBA_alpha_none(rastel::RastelRGBA8& dst, rastel::RastelRGB8 const& src)
 {
-    rastel::impl::opaque_row(dst.data(), src.data(), run_length(dst, src));
+    rastel::impl::rows::add_alpha(rastel::impl::bytes(dst.data()), src.data(), run_length(dst, src), 255);
 }
 
 void ll_RGB8_to_RGBA_color_key(rastel::RastelRGBA8& dst, rastel::RastelRGB8 const& src)

@@ -1,0 +1,55 @@
+// Rows of colour pixels: grey spread over channels, alpha added, channels mixed, channels joined.
+//
+// The loops in `plain` define the results and run everywhere. Where the library is built with Google Highway, the
+// functions outside do the same in vectors, which take three-byte pixels apart much faster.
+#pragma once
+
+#include <rastel/conversions/ChannelMix.h>
+#include <rastel/image/PixelTypes.h>
+
+#include <cstddef>
+
+namespace rastel::impl
+{
+
+/// The loops as they stand (`plain`) or in vectors (`fast`); both have these members.
+///
+/// Four-byte pixels are given as bytes, alpha last. Alpha becomes its old value OR the mask: 0 keeps it, 255 makes the
+/// pixel opaque.
+struct plain {
+    /// grey -> r, g and b
+    static void spread_grey(TRGB<unsigned char>* out, unsigned char const* grey, std::size_t count);
+    static void spread_grey_alpha(unsigned char* out, unsigned char const* grey, std::size_t count,
+                                  unsigned char alpha_mask);
+    static void add_alpha(unsigned char* out, TRGB<unsigned char> const* pixels, std::size_t count,
+                          unsigned char alpha_mask);
+    /// The mix of each pixel's channels.
+    template <class Mix>
+    static void mix_pixels(unsigned char* out, TRGB<unsigned char> const* pixels, std::size_t count);
+    /// The mean of all twelve samples of a cell: 5461 / 65536 is a twelfth.
+    static void mean_of_cells(unsigned char* out, unsigned char const* upper, unsigned char const* lower,
+                              std::size_t count);
+    static void join_channels(TRGB<unsigned char>* out, unsigned char const* r, unsigned char const* g,
+                              unsigned char const* b, std::size_t count);
+};
+
+#ifdef RASTEL_HAS_HIGHWAY
+struct fast {
+    static void spread_grey(TRGB<unsigned char>* out, unsigned char const* grey, std::size_t count);
+    static void spread_grey_alpha(unsigned char* out, unsigned char const* grey, std::size_t count,
+                                  unsigned char alpha_mask);
+    static void add_alpha(unsigned char* out, TRGB<unsigned char> const* pixels, std::size_t count,
+                          unsigned char alpha_mask);
+    template <class Mix>
+    static void mix_pixels(unsigned char* out, TRGB<unsigned char> const* pixels, std::size_t count);
+    static void mean_of_cells(unsigned char* out, unsigned char const* upper, unsigned char const* lower,
+                              std::size_t count);
+    static void join_channels(TRGB<unsigned char>* out, unsigned char const* r, unsigned char const* g,
+                              unsigned char const* b, std::size_t count);
+};
+using rows = fast;
+#else
+using rows = plain;
+#endif
+
+} // namespace rastel::impl

@@ -1,0 +1,289 @@
+// The rows of ColourRows.h in vectors: as many pixels as fill one, and the plain loop for the rest.
+#include <rastel/conversions/ColourRows.h>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "rastel/conversions/ColourRows_Highway.cpp"
+#include <hwy/foreach_target.h>
+// Highway's headers are written for each target anew and have to come after the line above.
+#include <hwy/highway.h>
+
+#include <cstdint>
+
+HWY_BEFORE_NAMESPACE();
+namespace rastel::impl::HWY_NAMESPACE
+{
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+/// Each function returns how many pixels it did; without vectors none.
+#if HWY_TARGET == HWY_SCALAR
+
+std::size_t SpreadGrey(std::uint8_t*, std::uint8_t const*, std::size_t) { return 0; }
+std::size_t SpreadGreyAlpha(std::uint8_t*, std::uint8_t const*, std::size_t, std::uint8_t) { return 0; }
+std::size_t AddAlpha(std::uint8_t*, std::uint8_t const*, std::size_t, std::uint8_t) { return 0; }
+std::size_t MixAverage(std::uint8_t*, std::uint8_t const*, std::size_t) { return 0; }
+std::size_t MixStandard(std::uint8_t*, std::uint8_t const*, std::size_t) { return 0; }
+std::size_t MeanOfCells(std::uint8_t*, std::uint8_t const*, std::uint8_t const*, std::size_t) { return 0; }
+std::size_t JoinChannels(std::uint8_t*, std::uint8_t const*, std::uint8_t const*, std::uint8_t const*, std::size_t)
+{
+    return 0;
+}
+
+#else
+
+using Bytes = hn::ScalableTag<std::uint8_t>;
+using Words = hn::Repartition<std::uint16_t, Bytes>;
+using Vector = hn::Vec<Bytes>;
+using WordVector = hn::Vec<Words>;
+
+std::size_t SpreadGrey(std::uint8_t* out, std::uint8_t const* grey, std::size_t count)
+{
+    Bytes const d;
+    std::size_t const lanes = hn::Lanes(d);
+    std::size_t i = 0;
+    for (; i + lanes <= count; i += lanes) {
+        Vector const value = hn::LoadU(d, grey + i);
+        hn::StoreInterleaved3(value, value, value, d, out + 3 * i);
+    }
+    return i;
+}
+
+std::size_t SpreadGreyAlpha(std::uint8_t* out, std::uint8_t const* grey, std::size_t count, std::uint8_t alpha_mask)
+{
+    Bytes const d;
+    std::size_t const lanes = hn::Lanes(d);
+    Vector const opaque = hn::Set(d, 255);
+    std::size_t i = 0;
+    for (; i + lanes <= count; i += lanes) {
+        Vector const value = hn::LoadU(d, grey + i);
+        Vector alpha = opaque;
+        if (alpha_mask == 0) {
+            Vector r;
+            Vector g;
+            Vector b;
+            hn::LoadInterleaved4(d, out + 4 * i, r, g, b, alpha);
+        }
+        hn::StoreInterleaved4(value, value, value, alpha, d, out + 4 * i);
+    }
+    return i;
+}
+
+/// Four pixels at a time: a shuffle spreads twelve bytes over sixteen. It loads four bytes more than it uses.
+std::size_t AddAlpha(std::uint8_t* out, std::uint8_t const* pixels, std::size_t count, std::uint8_t alpha_mask)
+{
+    hn::FixedTag<std::uint8_t, 16> const d;
+    HWY_ALIGN static constexpr std::uint8_t places[16] = {0, 1, 2, 0x80, 3, 4, 5, 0x80, 6, 7, 8, 0x80, 9, 10, 11, 0x80};
+    HWY_ALIGN static constexpr std::uint8_t alphas[16] = {0, 0, 0, 255, 0, 0, 0, 255, 0, 0, 0, 255, 0, 0, 0, 255};
+    auto const place = hn::Load(d, places);
+    auto const alpha = hn::Load(d, alphas);
+    std::size_t i = 0;
+    for (; i + 6 <= count; i += 4) {
+        auto const colours = hn::TableLookupBytesOr0(hn::LoadU(d, pixels + 3 * i), place);
+        auto const old = alpha_mask == 0 ? hn::And(hn::LoadU(d, out + 4 * i), alpha) : alpha;
+        hn::StoreU(hn::Or(colours, old), d, out + 4 * i);
+    }
+    return i;
+}
+
+/// Lanes 0, 2, 4, ... and 1, 3, 5, ... of bytes as words.
+WordVector Even(Vector v) { return hn::And(hn::BitCast(Words(), v), hn::Set(Words(), 255)); }
+WordVector Odd(Vector v) { return hn::ShiftRight<8>(hn::BitCast(Words(), v)); }
+
+struct Average {
+    static WordVector Value(WordVector r, WordVector g, WordVector b)
+    {
+        Words const d;
+        WordVector const sum = hn::Add(hn::Add(r, g), b);
+        return hn::ShiftRight<8>(hn::Add(hn::Mul(sum, hn::Set(d, 85)), hn::Set(d, 255)));
+    }
+};
+
+struct Standard {
+    /// The upper half of the sum of three 32-bit products: the sum of their upper halves and of what the sum of the
+    /// lower halves carries.
+    static WordVector Value(WordVector r, WordVector g, WordVector b)
+    {
+        Words const d;
+        WordVector const one = hn::Set(d, 1);
+        WordVector const red = hn::Set(d, 19588);
+        WordVector const green = hn::Set(d, 38469);
+        WordVector const blue = hn::Set(d, 7471);
+        WordVector const first = hn::Mul(r, red);
+        WordVector const second = hn::Mul(g, green);
+        WordVector const third = hn::Mul(b, blue);
+        WordVector const two = hn::Add(first, second);
+        WordVector const three = hn::Add(two, third);
+        WordVector const carries =
+            hn::Add(hn::IfThenElseZero(hn::Lt(two, first), one), hn::IfThenElseZero(hn::Lt(three, third), one));
+        return hn::Add(hn::Add(hn::MulHigh(r, red), hn::MulHigh(g, green)), hn::Add(hn::MulHigh(b, blue), carries));
+    }
+};
+
+template <class Mix>
+std::size_t MixPixels(std::uint8_t* out, std::uint8_t const* pixels, std::size_t count)
+{
+    Bytes const d;
+    std::size_t const lanes = hn::Lanes(d);
+    std::size_t i = 0;
+    for (; i + lanes <= count; i += lanes) {
+        Vector r;
+        Vector g;
+        Vector b;
+        hn::LoadInterleaved3(d, pixels + 3 * i, r, g, b);
+        WordVector const even = Mix::Value(Even(r), Even(g), Even(b));
+        WordVector const odd = Mix::Value(Odd(r), Odd(g), Odd(b));
+        hn::StoreU(hn::BitCast(d, hn::Or(even, hn::ShiftLeft<8>(odd))), d, out + i);
+    }
+    return i;
+}
+
+std::size_t MixAverage(std::uint8_t* out, std::uint8_t const* pixels, std::size_t count)
+{
+    return MixPixels<Average>(out, pixels, count);
+}
+
+std::size_t MixStandard(std::uint8_t* out, std::uint8_t const* pixels, std::size_t count)
+{
+    return MixPixels<Standard>(out, pixels, count);
+}
+
+/// The sums of the samples of each pair of pixels.
+WordVector PairSums(std::uint8_t const* row)
+{
+    Vector r;
+    Vector g;
+    Vector b;
+    hn::LoadInterleaved3(Bytes(), row, r, g, b);
+    WordVector const even = hn::Add(hn::Add(Even(r), Even(g)), Even(b));
+    WordVector const odd = hn::Add(hn::Add(Odd(r), Odd(g)), Odd(b));
+    return hn::Add(even, odd);
+}
+
+std::size_t MeanOfCells(std::uint8_t* out, std::uint8_t const* upper, std::uint8_t const* lower, std::size_t count)
+{
+    Words const d;
+    hn::Rebind<std::uint8_t, Words> const half;
+    hn::RebindToSigned<Words> const signed_words;
+    std::size_t const lanes = hn::Lanes(d);
+    std::size_t i = 0;
+    for (; i + lanes <= count; i += lanes) {
+        WordVector const sum = hn::Add(hn::Add(PairSums(upper + 6 * i), PairSums(lower + 6 * i)), hn::Set(d, 8));
+        WordVector const twelfth = hn::Set(d, 5461);
+        // The upper half of the product and of what adding 1020 to the lower half carries.
+        WordVector const low = hn::Mul(sum, twelfth);
+        WordVector const carry = hn::IfThenElseZero(hn::Gt(low, hn::Set(d, 65535 - 1020)), hn::Set(d, 1));
+        WordVector const mean = hn::Add(hn::MulHigh(sum, twelfth), carry);
+        hn::StoreU(hn::DemoteTo(half, hn::BitCast(signed_words, mean)), half, out + i);
+    }
+    return i;
+}
+
+std::size_t JoinChannels(std::uint8_t* out, std::uint8_t const* r, std::uint8_t const* g, std::uint8_t const* b,
+                         std::size_t count)
+{
+    Bytes const d;
+    std::size_t const lanes = hn::Lanes(d);
+    std::size_t i = 0;
+    for (; i + lanes <= count; i += lanes)
+        hn::StoreInterleaved3(hn::LoadU(d, r + i), hn::LoadU(d, g + i), hn::LoadU(d, b + i), d, out + 3 * i);
+    return i;
+}
+
+#endif
+
+} // namespace rastel::impl::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace rastel::impl
+{
+namespace
+{
+
+HWY_EXPORT(SpreadGrey);
+HWY_EXPORT(SpreadGreyAlpha);
+HWY_EXPORT(AddAlpha);
+HWY_EXPORT(MixAverage);
+HWY_EXPORT(MixStandard);
+HWY_EXPORT(MeanOfCells);
+HWY_EXPORT(JoinChannels);
+
+using RGB = TRGB<unsigned char>;
+
+unsigned char* bytes(RGB* pixels) { return reinterpret_cast<unsigned char*>(pixels); }
+unsigned char const* bytes(RGB const* pixels) { return reinterpret_cast<unsigned char const*>(pixels); }
+
+/// A vector's pixels are all read before any is written: only runs that are apart can be done so.
+bool apart(unsigned char const* out, std::size_t out_size, unsigned char const* in, std::size_t in_size)
+{
+    return out + out_size <= in || in + in_size <= out;
+}
+
+} // namespace
+
+void fast::spread_grey(RGB* out, unsigned char const* grey, std::size_t count)
+{
+    std::size_t const done =
+        apart(bytes(out), 3 * count, grey, count) ? HWY_DYNAMIC_DISPATCH(SpreadGrey)(bytes(out), grey, count) : 0;
+    plain::spread_grey(out + done, grey + done, count - done);
+}
+
+void fast::spread_grey_alpha(unsigned char* out, unsigned char const* grey, std::size_t count, unsigned char alpha_mask)
+{
+    std::size_t const done =
+        apart(out, 4 * count, grey, count) ? HWY_DYNAMIC_DISPATCH(SpreadGreyAlpha)(out, grey, count, alpha_mask) : 0;
+    plain::spread_grey_alpha(out + 4 * done, grey + done, count - done, alpha_mask);
+}
+
+void fast::add_alpha(unsigned char* out, RGB const* pixels, std::size_t count, unsigned char alpha_mask)
+{
+    std::size_t const done = apart(out, 4 * count, bytes(pixels), 3 * count)
+                                 ? HWY_DYNAMIC_DISPATCH(AddAlpha)(out, bytes(pixels), count, alpha_mask)
+                                 : 0;
+    plain::add_alpha(out + 4 * done, pixels + done, count - done, alpha_mask);
+}
+
+template <class Mix>
+void fast::mix_pixels(unsigned char* out, RGB const* pixels, std::size_t count)
+{
+    plain::mix_pixels<Mix>(out, pixels, count); // a single channel: the plain loop is at the memory's limit
+}
+
+template <>
+void fast::mix_pixels<channels_average>(unsigned char* out, RGB const* pixels, std::size_t count)
+{
+    std::size_t const done =
+        apart(out, count, bytes(pixels), 3 * count) ? HWY_DYNAMIC_DISPATCH(MixAverage)(out, bytes(pixels), count) : 0;
+    plain::mix_pixels<channels_average>(out + done, pixels + done, count - done);
+}
+
+template <>
+void fast::mix_pixels<channels_standard_coefficients>(unsigned char* out, RGB const* pixels, std::size_t count)
+{
+    std::size_t const done =
+        apart(out, count, bytes(pixels), 3 * count) ? HWY_DYNAMIC_DISPATCH(MixStandard)(out, bytes(pixels), count) : 0;
+    plain::mix_pixels<channels_standard_coefficients>(out + done, pixels + done, count - done);
+}
+
+template void fast::mix_pixels<channel_R>(unsigned char*, RGB const*, std::size_t);
+template void fast::mix_pixels<channel_G>(unsigned char*, RGB const*, std::size_t);
+template void fast::mix_pixels<channel_B>(unsigned char*, RGB const*, std::size_t);
+
+void fast::mean_of_cells(unsigned char* out, unsigned char const* upper, unsigned char const* lower, std::size_t count)
+{
+    bool const clear = apart(out, count, upper, 6 * count) && apart(out, count, lower, 6 * count);
+    std::size_t const done = clear ? HWY_DYNAMIC_DISPATCH(MeanOfCells)(out, upper, lower, count) : 0;
+    plain::mean_of_cells(out + done, upper + 6 * done, lower + 6 * done, count - done);
+}
+
+void fast::join_channels(RGB* out, unsigned char const* r, unsigned char const* g, unsigned char const* b,
+                         std::size_t count)
+{
+    std::size_t const done = HWY_DYNAMIC_DISPATCH(JoinChannels)(bytes(out), r, g, b, count);
+    plain::join_channels(out + done, r + done, g + done, b + done, count - done);
+}
+
+} // namespace rastel::impl
+
+#endif

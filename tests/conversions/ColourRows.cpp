@@ -1,0 +1,82 @@
+// The vector forms of the colour rows, byte for byte against the plain loops, over awkward counts and alignments.
+#include "Helpers.h"
+
+#include <rastel/conversions/ColourRows.h>
+
+namespace
+{
+
+using namespace rastel;
+using namespace rastel::impl;
+using Byte = unsigned char;
+using RGB = TRGB<Byte>;
+
+/// Runs a row function of both forms on equal inputs at every count and some alignments.
+template <class Run>
+void expect_equal_forms(char const* name, Run const& run)
+{
+    auto const in = test::random_values<Byte>(6 * 300 + 64, 1);
+    auto const more = test::random_values<Byte>(6 * 300 + 64, 2);
+    for (std::size_t count = 0; count < 300; count += count < 70 ? 1 : 13)
+        for (std::size_t const shift : {0U, 1U, 7U, 32U}) {
+            test::Guarded<Byte> expected(4 * count + shift);
+            test::Guarded<Byte> actual(4 * count + shift);
+            run(plain(), expected.data() + shift, in.data() + shift, more.data() + shift, count);
+            run(rows(), actual.data() + shift, in.data() + shift, more.data() + shift, count);
+            ASSERT_EQ(actual.values(), expected.values()) << name << ", " << count << " pixels, shift " << shift;
+            ASSERT_TRUE(actual.guards_intact()) << name << ", " << count << " pixels";
+        }
+}
+
+RGB* colours(Byte* bytes) { return reinterpret_cast<RGB*>(bytes); }
+RGB const* colours(Byte const* bytes) { return reinterpret_cast<RGB const*>(bytes); }
+
+TEST(ColourRows, VectorsGiveThePlainLoopsBytes)
+{
+    expect_equal_forms("grey", [](auto form, Byte* out, Byte const* in, Byte const*, std::size_t count) {
+        decltype(form)::spread_grey(colours(out), in, count);
+    });
+    for (Byte const mask : {Byte{0}, Byte{255}}) {
+        expect_equal_forms("grey, alpha", [mask](auto form, Byte* out, Byte const* in, Byte const*, std::size_t count) {
+            decltype(form)::spread_grey_alpha(out, in, count, mask);
+        });
+        expect_equal_forms("alpha", [mask](auto form, Byte* out, Byte const* in, Byte const*, std::size_t count) {
+            decltype(form)::add_alpha(out, colours(in), count, mask);
+        });
+    }
+    expect_equal_forms("average", [](auto form, Byte* out, Byte const* in, Byte const*, std::size_t count) {
+        decltype(form)::template mix_pixels<channels_average>(out, colours(in), count);
+    });
+    expect_equal_forms("standard", [](auto form, Byte* out, Byte const* in, Byte const*, std::size_t count) {
+        decltype(form)::template mix_pixels<channels_standard_coefficients>(out, colours(in), count);
+    });
+    expect_equal_forms("cells", [](auto form, Byte* out, Byte const* in, Byte const* more, std::size_t count) {
+        decltype(form)::mean_of_cells(out, in, more, count);
+    });
+    expect_equal_forms("join", [](auto form, Byte* out, Byte const* in, Byte const* more, std::size_t count) {
+        decltype(form)::join_channels(colours(out), in, more, in + 300, count);
+    });
+}
+
+TEST(ColourRows, EveryProductOfTheMixes)
+{
+    // All values of each channel beside extremes of the others, where the sums of low halves carry.
+    std::vector<RGB> pixels;
+    for (unsigned int value = 0; value < 256; ++value)
+        for (unsigned int const other : {0U, 1U, 127U, 128U, 254U, 255U}) {
+            Byte const v = static_cast<Byte>(value);
+            Byte const o = static_cast<Byte>(other);
+            for (RGB const& pixel :
+                 {RGB{v, o, o}, RGB{o, v, o}, RGB{o, o, v}, RGB{v, v, o}, RGB{o, v, v}, RGB{v, o, v}})
+                pixels.push_back(pixel);
+        }
+    std::vector<Byte> out(pixels.size());
+    rows::mix_pixels<channels_standard_coefficients>(out.data(), pixels.data(), pixels.size());
+    for (std::size_t i = 0; i < pixels.size(); ++i)
+        ASSERT_EQ(out[i], (pixels[i].r * 19588 + pixels[i].g * 38469 + pixels[i].b * 7471) >> 16);
+    rows::mix_pixels<channels_average>(out.data(), pixels.data(), pixels.size());
+    for (std::size_t i = 0; i < pixels.size(); ++i)
+        ASSERT_EQ(out[i], ((pixels[i].r + pixels[i].g + pixels[i].b) * 85 + 255) >> 8);
+}
+
+} // namespace

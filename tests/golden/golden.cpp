@@ -1,0 +1,538 @@
+// Hashes of what every public operation makes of rendered input, one line each: the same on every platform, compiler
+// and optimisation level.
+//
+//     golden                   prints the lines
+//     golden FILE              compares with the lines of FILE, names each operation that differs, and exits with 1 if
+//     any
+#include <rastel/conversions/TypedConversions.h>
+#include <rastel/distance/DistanceTransform.h>
+#include <rastel/features/Corners.h>
+#include <rastel/features/Gradients.h>
+#include <rastel/integral/IntegralImage.h>
+#include <rastel/operations/BasicOperations.h>
+#include <rastel/operations/Statistics.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace
+{
+
+using namespace rastel;
+using Byte = unsigned char;
+using Lines = std::vector<std::pair<std::string, std::string>>;
+
+Lines lines;
+
+class Hash // FNV-1a, 64 bits
+{
+public:
+    void add(void const* data, std::size_t bytes)
+    {
+        auto const* const byte = static_cast<Byte const*>(data);
+        for (std::size_t i = 0; i < bytes; ++i)
+            value_ = (value_ ^ byte[i]) * 1099511628211ULL;
+    }
+    template <class T>
+    void add(std::vector<T> const& values)
+    {
+        add(values.data(), values.size() * sizeof(T));
+    }
+    std::string text() const
+    {
+        char digits[17];
+        std::snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(value_));
+        return digits;
+    }
+
+private:
+    std::uint64_t value_ = 14695981039346656037ULL;
+};
+
+template <class... Part>
+std::string joined(Part const&... parts)
+{
+    std::ostringstream text;
+    char const* separator = "";
+    ((text << separator << parts, separator = " "), ...);
+    return text.str();
+}
+
+void record(std::string const& name, Hash const& hash) { lines.emplace_back(name, hash.text()); }
+
+template <class T>
+void record(std::string const& name, std::vector<T> const& values)
+{
+    Hash hash;
+    hash.add(values);
+    record(name, hash);
+}
+
+/// Pixels and guard area: walks past the last pixel are part of what is told.
+template <class T>
+void record(std::string const& name, TImage<T> const& image)
+{
+    Hash hash;
+    hash.add(image.buffer->get(), image.buffer->Room());
+    record(name, hash);
+}
+
+/// A rendered scene with a slope, an edge, a texture and noise.
+unsigned int scene(unsigned int x, unsigned int y, unsigned int seed)
+{
+    std::uint32_t noise = x * 374761393U + y * 668265263U + seed * 2246822519U;
+    noise = (noise ^ (noise >> 13)) * 1274126177U;
+    unsigned int const slope = x * 900 + y * 500;
+    unsigned int const edge = 3 * x + y > 90 ? 30000 : 0;
+    unsigned int const texture = (x / 3 + y / 2) % 2 * 9000;
+    return std::min(65535U, slope + edge + texture + (noise >> 20));
+}
+
+template <class T>
+TImage<T> rendered(unsigned int width, unsigned int height, unsigned int seed)
+{
+    TImage<T> image(width, height);
+    constexpr bool wide = sizeof(T) == 2;
+    auto* const bytes = static_cast<Byte*>(image.buffer->get());
+    for (unsigned int y = 0; y < height; ++y)
+        for (unsigned int x = 0; x < width; ++x)
+            for (std::size_t c = 0; c < sizeof(T); ++c) {
+                unsigned int const value = scene(x, y, seed + (wide ? 0 : static_cast<unsigned int>(c)));
+                bytes[(std::size_t{y} * width + x) * sizeof(T) + c] =
+                    static_cast<Byte>(wide && c == 0 ? value : value >> 8);
+            }
+    return image;
+}
+
+template <class T>
+TImage<T> dirty(unsigned int width, unsigned int height)
+{
+    TImage<T> image(width, height);
+    auto* const bytes = static_cast<Byte*>(image.buffer->get());
+    for (std::size_t i = 0; i < image.buffer->Room(); ++i)
+        bytes[i] = static_cast<Byte>(i * 151 + 7);
+    return image;
+}
+
+template <class T>
+constexpr char const* name_of = "?";
+template <>
+constexpr char const* name_of<Byte> = "mono8";
+template <>
+constexpr char const* name_of<signed char> = "mono8s";
+template <>
+constexpr char const* name_of<unsigned short> = "mono16";
+template <>
+constexpr char const* name_of<short> = "mono16s";
+template <>
+constexpr char const* name_of<unsigned int> = "uint";
+template <>
+constexpr char const* name_of<unsigned long> = "ulong";
+template <>
+constexpr char const* name_of<float> = "float";
+template <>
+constexpr char const* name_of<double> = "double";
+template <>
+constexpr char const* name_of<TRGB<Byte>> = "rgb8";
+template <>
+constexpr char const* name_of<TRGBA<Byte>> = "rgba8";
+template <>
+constexpr char const* name_of<TBGRA<Byte>> = "bgra8";
+template <>
+constexpr char const* name_of<Bayer<TBGGR<Byte>>> = "bggr8";
+template <>
+constexpr char const* name_of<Bayer<TRGGB<Byte>>> = "rggb8";
+template <>
+constexpr char const* name_of<Bayer<TGBRG<Byte>>> = "gbrg8";
+template <>
+constexpr char const* name_of<Bayer<TGRBG<Byte>>> = "grbg8";
+template <>
+constexpr char const* name_of<Bayer<TBGGR<unsigned short>>> = "bggr16";
+template <>
+constexpr char const* name_of<Bayer<TRGGB<unsigned short>>> = "rggb16";
+template <>
+constexpr char const* name_of<Bayer<TGBRG<unsigned short>>> = "gbrg16";
+template <>
+constexpr char const* name_of<Bayer<TGRBG<unsigned short>>> = "grbg16";
+template <>
+constexpr char const* name_of<Euclidean> = "euclidean";
+template <>
+constexpr char const* name_of<Manhattan> = "manhattan";
+template <>
+constexpr char const* name_of<ChessBoard> = "chessboard";
+
+/// Converts through the typed operator; a failure is part of the line.
+template <class S, class D>
+void conversion(TImage<S> const& src, unsigned int width, unsigned int height, std::string const& flags)
+{
+    TImage<D> dst = dirty<D>(width, height);
+    dst.properties.put("CONVERSION FLAGS", flags);
+    std::string note;
+    try {
+        src >> dst;
+    } catch (std::runtime_error const& failure) {
+        note = failure.what();
+    }
+    record(joined("convert", name_of<S>, src.width, src.height, "to", name_of<D>, width, height, flags, note), dst);
+}
+
+struct Size {
+    unsigned int width, height;
+};
+
+/// Same size, half, boxes, both enlargements, and one axis alone.
+template <class S, class D>
+void conversions(std::initializer_list<char const*> flag_texts)
+{
+    for (Size const from : {Size{66, 38}, Size{37, 29}}) {
+        TImage<S> src = rendered<S>(from.width, from.height, 5);
+        for (char const* key : {"OTHER", "MIN", "MAX"}) {
+            if (sizeof(S) == 1 && std::string(key) == "MIN")
+                continue;
+            src.properties.clear();
+            src.properties.put(key, sizeof(S) == 1 ? 200 : 9000);
+            for (char const* flags : flag_texts)
+                for (Size const to : {from, Size{from.width / 2, from.height / 2}, Size{13, 11}, Size{83, 50},
+                                      Size{83, 17}, Size{17, 50}})
+                    conversion<S, D>(src, to.width, to.height, flags);
+        }
+    }
+}
+
+template <class P, class Decoder>
+void bands(std::string const& name, Decoder const& decode)
+{
+    for (Size const size : {Size{66, 38}, Size{37, 29}})
+        for (unsigned int count : {1U, 3U}) {
+            auto const src = rendered<Bayer<P>>(size.width, size.height, 9);
+            auto dst = dirty<TRGB<Byte>>(size.width, size.height);
+            for (unsigned int band = 0; band < count; ++band)
+                decode(dst, src, band, count);
+            record(joined("decode", name, name_of<Bayer<P>>, size.width, size.height, "bands", count), dst);
+        }
+}
+
+template <class P>
+void decoders8(int pattern)
+{
+    bands<P>("edge_sense", Bayer_to_RGB8_edge_sense<P>);
+    bands<P>("gradient", Bayer_to_RGB8_gradient<P>);
+    bands<P>("adaptive", Bayer_to_RGB8_adaptive<P>);
+    bands<P>("kimmel", Bayer_to_RGB8_kimmel<P>);
+    auto const src = rendered<Byte>(40, 34, 3);
+    using Routine = void (*)(Byte const*, Byte*, int, int, int);
+    for (auto const& [name, routine] : {std::pair<char const*, Routine>{"gradient", Bayer_to_RGB8_gradient},
+                                        {"adaptive", Bayer_to_RGB8_adaptive},
+                                        {"kimmel", Bayer_to_RGB8_kimmel}}) {
+        std::vector<Byte> out(40 * 34 * 3, 9);
+        routine(src.data(), out.data(), 40, 34, pattern);
+        record(joined("plain", name, pattern), out);
+    }
+    conversions<Bayer<P>, Bayer<P>>({""});
+}
+
+template <class P>
+void decoders()
+{
+    bands<P>("simple", Bayer_to_RGB8_simple<P>);
+    bands<P>("nearest", Bayer_to_RGB8_nearest_neighbor<P>);
+    std::initializer_list<char const*> const flags = {"", "BAYER_DECODING_DOWNSAMPLE_2X", "BAYER_DECODING_NEAREST"};
+    conversions<Bayer<P>, Byte>(flags);
+    conversions<Bayer<P>, unsigned short>(flags);
+    conversions<Bayer<P>, TRGB<Byte>>(flags);
+}
+
+void all_conversions()
+{
+    conversions<Byte, Byte>({""});
+    conversions<signed char, signed char>({""});
+    conversions<unsigned short, unsigned short>({""});
+    conversions<signed char, Byte>({""});
+    conversions<Byte, signed char>({""});
+    conversions<unsigned short, Byte>({""});
+    conversions<short, Byte>({""});
+    conversions<unsigned short, TRGB<Byte>>({"", "NEAREST"});
+    conversions<Byte, TRGB<Byte>>({"", "NEAREST"});
+    conversions<Byte, TRGBA<Byte>>({"", "NEAREST|ALPHA_CHANNEL_KEEP_DEST"});
+    conversions<Byte, TBGRA<Byte>>({"", "NEAREST|ALPHA_CHANNEL_KEEP_DEST"});
+    conversions<TRGB<Byte>, Byte>({"", "NEAREST", "COLOR_CHANNELS_AVERAGE|NEAREST",
+                                   "COLOR_CHANNELS_STANDARD_COEFFICIENTS", "COLOR_CHANNEL_R", "COLOR_CHANNEL_G",
+                                   "COLOR_CHANNEL_B|NEAREST"});
+    conversions<TRGB<Byte>, signed char>({""});
+    conversions<TRGB<Byte>, TRGB<Byte>>({""});
+    conversions<TRGBA<Byte>, TRGBA<Byte>>({""});
+    conversions<TRGB<Byte>, TRGBA<Byte>>({"", "ALPHA_CHANNEL_KEEP_DEST", "ALPHA_CHANNEL_COLOR_KEY"});
+}
+
+/// Runs a whole-image operation from a rendered image into a dirty one.
+template <class T, class Operation>
+void operation(std::string const& name, Size from, Size to, Operation const& run)
+{
+    auto const src = rendered<T>(from.width, from.height, 21);
+    auto dst = dirty<T>(to.width, to.height);
+    std::string note;
+    try {
+        run(src, dst);
+    } catch (std::runtime_error const& failure) {
+        note = failure.what();
+    } catch (char const* failure) {
+        note = failure;
+    }
+    note.erase(std::remove(note.begin(), note.end(), '\n'), note.end());
+    record(joined(name, name_of<T>, from.width, from.height, to.width, to.height, note), dst);
+}
+
+template <class T>
+void operations()
+{
+    Size const size{37, 29};
+    operation<T>("fill", size, size, [](auto&, Rastel& dst) { Fill(dst, 0x12345678); });
+    operation<T>("copy", size, size, [](auto& src, Rastel& dst) { Copy(src, dst); });
+    operation<T>("copy in", size, size,
+                 [](auto& src, Rastel& dst) { Copy(static_cast<void const*>(src.data()), dst); });
+    operation<T>("copy out", size, size, [](auto& src, auto& dst) { Copy(src, static_cast<void*>(dst.data())); });
+    for (Size const field : {Size{37, 14}, Size{37, 13}})
+        operation<T>("deinterlace", size, field, [](auto& src, auto& dst) { DeInterlace_OddField(src, dst); });
+    for (double const angle : {90.0, 180.0, 270.0, -270.0, 45.0})
+        operation<T>(joined("rotate", angle), size, {29, 37},
+                     [&](auto& src, auto& dst) { Rotate(src, dst, angle, ANGLE_DEGREES); });
+    operation<T>("rotate pi", size, size,
+                 [](auto& src, auto& dst) { Rotate(src, dst, 3.14159265358979323846, ANGLE_RADIANS); });
+    for (double const factor : {0.0, 1.0, 0.3, -0.7, 1e12, -1e30})
+        operation<T>(joined("lincomb", factor), size, size, [&](auto& src, auto& dst) { LinComb(src, factor, dst); });
+    operation<T>("crop", size, {10, 9}, [](auto& src, auto& dst) { Crop(src, dst, 12, 3, 3, 11, false); });
+    operation<T>("crop keep", size, {17, 15}, [](auto& src, auto& dst) { Crop(src, dst, -5, -3, 11, 11, true); });
+    operation<T>("crop outside", size, {3, 3}, [](auto& src, auto& dst) { Crop(src, dst, 50, 50, 52, 52, true); });
+    for (auto const& [name, method] : {std::pair<char const*, RastelFlag>{"bilinear", BILINEAR_INTERPOLATION},
+                                       {"nearest", NEAREST},
+                                       {"half", DOWNSAMPLE_2X},
+                                       {"trilinear", TRILINEAR_INTERPOLATION}})
+        for (Size const to : {size, Size{18, 14}, Size{61, 50}, Size{11, 90}})
+            operation<T>(joined("resample", name), size, to,
+                         [&m = method](auto& src, auto& dst) { Resample(src, dst, m); });
+    operation<T>("resize", size, size, [](auto&, auto& dst) {
+        dst = dirty<T>(9, 9);
+        Resize(dst, 12, 3);
+    });
+    operation<T>("is empty", size, size, [](auto& src, auto& dst) {
+        Fill(dst, IsEmpty(src) ? 1 : 2);
+        Copy(src, dst);
+        std::memset(dst.data(), 0, dst.buffer->Size() * 2 / 3);
+        Fill(dst, IsEmpty(dst) ? 3 : 4);
+    });
+    auto const image = rendered<T>(37, 29, 30);
+    for (auto const& [first, step] : {std::pair<unsigned int, unsigned int>{0, 1}, {0, 7}, {30, 2}})
+        try {
+            record(joined("mean", name_of<T>, first, step), Mean(image, first, step, 1, 2, 3));
+        } catch (unregistered_call const&) {
+            record(joined("mean", name_of<T>, "not registered"), Hash());
+        }
+    for (double const width : {1.0, 64.0, 0.7})
+        try {
+            Hash hash;
+            for (auto const& table : Histogram(image, width, 0))
+                hash.add(table);
+            record(joined("histogram", name_of<T>, width), hash);
+        } catch (unregistered_call const&) {
+            record(joined("histogram", name_of<T>, "not registered"), Hash());
+        }
+}
+
+void features()
+{
+    for (Size const size : {Size{66, 38}, Size{5, 4}}) {
+        auto const grey = rendered<Byte>(size.width, size.height, 2);
+        int const width = static_cast<int>(size.width);
+        int const height = static_cast<int>(size.height);
+        std::size_t const count = grey.pixels;
+        std::string const at = joined(width, height);
+        std::vector<signed char> dx(count);
+        std::vector<signed char> dy(count);
+        ll_grey_DerivativeGradient(dx.data(), dy.data(), grey.data(), width, height);
+        record("derivative dx " + at, dx);
+        record("derivative dy " + at, dy);
+        ll_grey_SobelGradient(dx.data(), dy.data(), grey.data(), width, height);
+        record("sobel dx " + at, dx);
+        record("sobel dy " + at, dy);
+        std::vector<int> response(count);
+        for (unsigned int const window : {1U, 3U, 4U, 5U, 9U}) {
+            ShiTomasiCorner(response.data(), dx.data(), dy.data(), size.width, size.height, window);
+            record(joined("shi-tomasi", at, window), response);
+            HarrisCorner(response.data(), dx.data(), dy.data(), size.width, size.height, window, 0.04F);
+            record(joined("harris", at, window), response);
+            ForstnerCorner(response.data(), dx.data(), dy.data(), size.width, size.height, window);
+            record(joined("forstner", at, window), response);
+        }
+        std::vector<signed char> hxx(count);
+        std::vector<signed char> hxy(count);
+        std::vector<signed char> hyy(count);
+        SobelHessianEx(response.data(), dx.data(), dy.data(), width, height);
+        record("hessian " + at, response);
+        SobelHessianEx(response.data(), hxx.data(), hxy.data(), hyy.data(), dx.data(), dy.data(), width, height);
+        record("hessian determinant " + at, response);
+        record("hessian xx " + at, hxx);
+        record("hessian xy " + at, hxy);
+        record("hessian yy " + at, hyy);
+        std::vector<Byte> display(count);
+        DrawableHarrisImage(display.data(), response.data(), size.width, size.height, 0.01F);
+        record("drawable " + at, display);
+    }
+}
+
+template <class T>
+void record_table(std::string const& name, IntegralImage<T> const& table)
+{
+    Hash hash;
+    hash.add(table.data, std::size_t{table.width} * table.height * sizeof(T));
+    record(name, hash);
+}
+
+template <class T, class S>
+void integrals()
+{
+    auto const image = rendered<S>(50, 31, 8);
+    for (bool const padded : {false, true}) {
+        std::string const at = joined(name_of<T>, name_of<S>, padded ? "padded" : "plain");
+        IntegralImage<T> table;
+        table.Build(image.data(), 50, 31, padded);
+        record_table("integral " + at, table);
+        table.Build(image.data(), 41, 31, 50, padded);
+        record_table("integral stride " + at, table);
+        auto const box = table.Box(3, 4, 20, 11);
+        auto const offsets = table.PrecomputeBox(5, 6, 7, 8);
+        auto const box_again = offsets(table.data);
+        haar::Feat2 const feature{{0, 10, 300, 310, 800, 810}};
+        auto const difference = feature(table.data);
+        std::vector<decltype(box)> const sums{box, box_again, difference};
+        record("boxes " + at, sums);
+        std::vector<Byte> bytes(20 * 10);
+        table.Export(bytes.data(), 1, 1, 20, 10);
+        record("export 8 " + at, bytes);
+        std::vector<unsigned short> words(20 * 10);
+        table.Export(words.data(), 2, 0, 20, 10);
+        record("export 16 " + at, words);
+        IntegralImage<T> resampled;
+        for (double const step : {2.0, 1.3, 0.5}) {
+            Resample(resampled, 15, 11, table, 0.25, 0.0, step, step);
+            record_table(joined("resample table", at, step), resampled);
+        }
+        Resample(table, resampled, math::Rect2<double>{1, 2, 31, 24}, 9, 8);
+        record_table("resample rectangle " + at, resampled);
+    }
+}
+
+template <class Metric, class S, class D>
+void distances()
+{
+    for (Size const size : {Size{66, 38}, Size{37, 29}, Size{200, 150}}) {
+        std::vector<S> features(std::size_t{size.width} * size.height);
+        for (std::size_t i = 0; i < features.size(); ++i)
+            features[i] = static_cast<S>(i * 2654435761U % 331 == 5 ? 3 : 0);
+        int const width = static_cast<int>(size.width);
+        int const height = static_cast<int>(size.height);
+        for (int const threads : {1, 2, 5}) {
+            std::string const at = joined(name_of<Metric>, name_of<S>, name_of<D>, width, height, threads);
+            std::vector<D> out(features.size() + 1, 99); // an odd width may touch the element behind the last
+            DistanceTransform<Metric, S, D>(features.data(), out.data(), width, height, threads);
+            record("distance " + at, out);
+            VerticalDistanceTransform<Metric, S, D>(features.data(), out.data(), width, height, threads);
+            record("vertical distance " + at, out);
+            HorizontalDistanceTransform<Metric, S, D>(features.data(), out.data(), width, height, threads);
+            record("horizontal distance " + at, out);
+        }
+    }
+}
+
+template <class Metric>
+void all_distances()
+{
+    distances<Metric, Byte, Byte>();
+    distances<Metric, Byte, unsigned short>();
+    distances<Metric, unsigned short, Byte>();
+    distances<Metric, unsigned short, unsigned short>();
+}
+
+template <class... T>
+void all_operations()
+{
+    (operations<T>(), ...);
+}
+
+template <class... P>
+void all_decoders()
+{
+    (decoders<P>(), ...);
+}
+
+template <class... T>
+void all_integrals()
+{
+    ((integrals<T, Byte>(), integrals<T, unsigned short>()), ...);
+}
+
+void run_all()
+{
+    all_decoders<TBGGR<Byte>, TRGGB<Byte>, TGBRG<Byte>, TGRBG<Byte>, TBGGR<unsigned short>, TRGGB<unsigned short>,
+                 TGBRG<unsigned short>, TGRBG<unsigned short>>();
+    decoders8<TBGGR<Byte>>(0);
+    decoders8<TGRBG<Byte>>(1);
+    decoders8<TRGGB<Byte>>(2);
+    decoders8<TGBRG<Byte>>(3);
+    all_conversions();
+    all_operations<Byte, signed char, unsigned short, short, TRGB<Byte>, TRGBA<Byte>, Bayer<TBGGR<Byte>>,
+                   Bayer<TRGGB<Byte>>, Bayer<TGBRG<Byte>>, Bayer<TGRBG<Byte>>, Bayer<TBGGR<unsigned short>>,
+                   Bayer<TRGGB<unsigned short>>, Bayer<TGBRG<unsigned short>>, Bayer<TGRBG<unsigned short>>>();
+    features();
+    all_integrals<unsigned int, float, double>();
+    if constexpr (sizeof(unsigned long) == 8) // where it has 32 bits, its rows would be those of unsigned int
+        all_integrals<unsigned long>();
+    all_distances<Euclidean>();
+    all_distances<Manhattan>();
+    all_distances<ChessBoard>();
+}
+
+int compare(char const* path)
+{
+    std::ifstream file(path);
+    if (!file) {
+        std::cerr << "golden: can't read " << path << '\n';
+        return 2;
+    }
+    std::map<std::string, std::string> expected;
+    for (std::string line; std::getline(file, line);)
+        if (line.size() > 17)
+            expected.emplace(line.substr(17), line.substr(0, 16));
+    int differences = 0;
+    for (auto const& [name, hash] : lines) {
+        auto const known = expected.find(name);
+        if (known == expected.end() || known->second != hash) {
+            std::cerr << "differs: " << name << '\n';
+            ++differences;
+        }
+    }
+    std::cerr << lines.size() << " operations compared, " << differences << " differences\n";
+    return differences == 0 && !lines.empty() ? 0 : 1;
+}
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    std::streambuf* const out = std::cout.rdbuf(nullptr); // the library's log lines are not part of the file
+    run_all();
+    std::cout.rdbuf(out);
+    std::cout.clear();
+    if (count > 1)
+        return compare(arguments[1]);
+    for (auto const& [name, hash] : lines)
+        std::cout << hash << ' ' << name << '\n';
+    return 0;
+}
