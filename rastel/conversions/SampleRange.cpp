@@ -34,20 +34,58 @@ RASTEL_CLONES void scan(T const* samples, std::size_t count, T& least, T& greate
     greatest = high;
 }
 
-/// `reciprocal` is 2^32 / size, rounded up. The product then exceeds the true quotient by less than 1/256, so its whole
-/// part is at most one too great.
+/// A range as the row loops take it, with samples as unsigned 16-bit numbers: signed ones have their sign bit turned.
+///
+/// `scale`, a power of two, brings the size up to between 2^15 and 2^16. `reciprocal` is 2^24 over the scaled size,
+/// rounded up, so that the upper half of its product with a scaled offset is the quotient or one more. The rest that
+/// this leaves tells which.
+struct Division {
+    std::uint16_t least, greatest, size, sign, scale, reciprocal;
+};
+
+/// For ranges of at most 2^15 values: the rest's sign shows in 16 bits.
 template <class T>
-RASTEL_CLONES void map_row(unsigned char* out, T const* samples, std::size_t count, int least, int greatest,
-                           std::uint32_t size, std::uint32_t reciprocal)
+RASTEL_CLONES void map_narrow_row(unsigned char* out, T const* samples, std::size_t count, Division by)
 {
     for (std::size_t i = 0; i < count; ++i) {
-        int const sample = samples[i];
-        std::uint32_t const offset = static_cast<std::uint32_t>(sample - least);
-        std::uint32_t const estimate = (offset * reciprocal) >> 24;
-        std::uint32_t const quotient = estimate - (estimate * size > offset * 256 ? 1U : 0U);
-        std::uint32_t const above = sample > greatest ? 255 : quotient;
-        out[i] = static_cast<unsigned char>(sample < least ? 0 : above);
+        auto const sample = static_cast<std::uint16_t>(static_cast<std::uint16_t>(samples[i]) ^ by.sign);
+        auto const offset = static_cast<std::uint16_t>(sample - by.least);
+        auto const scaled = static_cast<std::uint16_t>(std::uint32_t{offset} * by.scale);
+        auto const estimate = static_cast<std::uint16_t>((std::uint32_t{scaled} * by.reciprocal) >> 16);
+        auto const product = static_cast<std::uint16_t>(std::uint32_t{estimate} * by.size);
+        auto const rest = static_cast<std::int16_t>(static_cast<std::uint16_t>((offset << 8) - product));
+        auto const quotient = static_cast<std::uint16_t>(estimate + (rest >> 15));
+        std::uint16_t const above = sample > by.greatest ? std::uint16_t{255} : quotient;
+        out[i] = static_cast<unsigned char>(sample < by.least ? std::uint16_t{0} : above);
     }
+}
+
+/// For wider ranges, with a size below 2^16: the product is compared as two halves.
+template <class T>
+RASTEL_CLONES void map_wide_row(unsigned char* out, T const* samples, std::size_t count, Division by)
+{
+    for (std::size_t i = 0; i < count; ++i) {
+        auto const sample = static_cast<std::uint16_t>(static_cast<std::uint16_t>(samples[i]) ^ by.sign);
+        auto const offset = static_cast<std::uint16_t>(sample - by.least);
+        auto const estimate = static_cast<std::uint16_t>((std::uint32_t{offset} * by.reciprocal) >> 16);
+        auto const upper = static_cast<std::uint16_t>((std::uint32_t{estimate} * by.size) >> 16);
+        auto const lower = static_cast<std::uint16_t>(std::uint32_t{estimate} * by.size);
+        auto const offset_upper = static_cast<std::uint16_t>(offset >> 8);
+        auto const offset_lower = static_cast<std::uint16_t>(offset << 8);
+        std::uint16_t const lower_exceeds = lower > offset_lower ? 1 : 0;
+        std::uint16_t const one_more = static_cast<std::uint16_t>(upper + lower_exceeds) > offset_upper ? 1 : 0;
+        auto const quotient = static_cast<std::uint16_t>(estimate - one_more);
+        std::uint16_t const above = sample > by.greatest ? std::uint16_t{255} : quotient;
+        out[i] = static_cast<unsigned char>(sample < by.least ? std::uint16_t{0} : above);
+    }
+}
+
+/// All 2^16 values: a byte is a sample's upper half.
+template <class T>
+RASTEL_CLONES void map_full_row(unsigned char* out, T const* samples, std::size_t count, std::uint16_t sign)
+{
+    for (std::size_t i = 0; i < count; ++i)
+        out[i] = static_cast<unsigned char>((static_cast<std::uint16_t>(samples[i]) ^ sign) >> 8);
 }
 
 } // namespace
@@ -78,13 +116,28 @@ SampleRange<T>::SampleRange(T least, T greatest) : least_(least), greatest_(grea
 template <class T>
 void SampleRange<T>::map(unsigned char* out, T const* samples, std::size_t count) const
 {
-    // With the ends crossed no sample lies inside: those of at least MIN all count as above.
-    int const greatest = greatest_ < least_ ? int{least_} - 1 : int{greatest_};
-    std::uint32_t const size = static_cast<std::uint32_t>(greatest - least_ + 1);
-    // 2^32 / 1 doesn't fit, and isn't needed: the only offset is 0.
-    std::uint32_t const reciprocal =
-        size < 2 ? 0 : static_cast<std::uint32_t>(((std::uint64_t{1} << 32) + size - 1) / size);
-    map_row(out, samples, count, least_, greatest, size, reciprocal);
+    constexpr std::uint16_t sign = std::is_signed_v<T> ? 0x8000 : 0;
+    auto const least = static_cast<std::uint16_t>(static_cast<std::uint16_t>(least_) ^ sign);
+    auto const greatest = static_cast<std::uint16_t>(static_cast<std::uint16_t>(greatest_) ^ sign);
+    // With the ends crossed no sample has a quotient: below MIN it is below, all others are above.
+    std::uint32_t const size = greatest < least ? 1 : std::uint32_t{greatest} - least + 1;
+    if (size == 65536)
+        return map_full_row(out, samples, count, sign);
+    // A size of 1 has no use for its scale of 2^16: the one offset is 0.
+    std::uint32_t scale = 1;
+    while (size * scale <= 32768)
+        scale *= 2;
+    std::uint32_t const reciprocal = ((1U << 24) + size * scale - 1) / (size * scale);
+    Division const by{least,
+                      greatest,
+                      static_cast<std::uint16_t>(size),
+                      sign,
+                      static_cast<std::uint16_t>(scale),
+                      static_cast<std::uint16_t>(reciprocal)};
+    if (size <= 32768)
+        map_narrow_row(out, samples, count, by);
+    else
+        map_wide_row(out, samples, count, by);
 }
 
 template class SampleRange<unsigned short>;
