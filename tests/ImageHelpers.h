@@ -159,6 +159,40 @@ private:
     std::size_t room_;
 };
 
+/// The pixels of all that an image's buffer may be touched in: rules written pixel by pixel run on it, and what lies
+/// outside is neither read nor written.
+template <class T>
+class Memory
+{
+public:
+    explicit Memory(rastel::TImage<T> const& image) : pixels_(image.data(), image.data() + image.room()) {}
+
+    bool has(long long index) const { return index >= 0 && static_cast<unsigned long long>(index) < pixels_.size(); }
+    void set(long long index, T pixel)
+    {
+        if (has(index))
+            pixels_[static_cast<std::size_t>(index)] = pixel;
+    }
+    void take(long long index, Memory const& other, long long from)
+    {
+        if (other.has(from))
+            set(index, other.pixels_[static_cast<std::size_t>(from)]);
+    }
+    T* operator[](long long index) { return has(index) ? &pixels_[static_cast<std::size_t>(index)] : nullptr; }
+    ::testing::AssertionResult stands_in(rastel::TImage<T> const& image) const
+    {
+        for (std::size_t i = 0; i < pixels_.size(); ++i)
+            if (std::memcmp(&pixels_[i], image.data() + i, sizeof(T)) != 0)
+                return ::testing::AssertionFailure()
+                       << "element " << i << " is " << testing::PrintToString(image.data()[i]) << " instead of "
+                       << testing::PrintToString(pixels_[i]);
+        return ::testing::AssertionSuccess();
+    }
+
+private:
+    std::vector<T> pixels_;
+};
+
 template <template <class> class Pattern>
 using Mosaic8 = rastel::Bayer<Pattern<unsigned char>>;
 template <template <class> class Pattern>
