@@ -32,7 +32,7 @@ void sample_grey(TImage<D>& dst, TImage<unsigned char> const& src, Path path, St
     }
     case Path::box:
         // On purpose not a mean: the reciprocal of the box is cut to a whole number before the product.
-        sample_boxes<std::uint32_t, SinglePixelOfBox>(dst, src, write);
+        sample_boxes<SinglePixelOfBox>(dst, src, write);
         break;
     case Path::nearest:
         sample_nearest(dst, src, write);

@@ -41,13 +41,8 @@ void ll_Mono16_to_Mono8_bilinear(RastelMono8& dst, RastelMono16 const& src)
 
 void ll_Mono16_to_Mono8_downscale(RastelMono8& dst, RastelMono16 const& src)
 {
-    if (nothing_to_convert(src, dst))
-        return;
-    // Up to this height a column of a box can't exceed 32 bits; there it is summed twice as fast.
-    if (src.height <= 65536)
-        sample_boxes<std::uint32_t, MeanOfBox<std::uint64_t>>(dst, src, RangeWriter(src));
-    else
-        sample_boxes<std::uint64_t, MeanOfBox<std::uint64_t>>(dst, src, RangeWriter(src));
+    if (!nothing_to_convert(src, dst))
+        sample_boxes<MeanOfBox<std::uint64_t>>(dst, src, RangeWriter(src));
 }
 
 namespace rastel::impl

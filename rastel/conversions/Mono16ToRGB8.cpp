@@ -71,9 +71,8 @@ void ll_Mono16_to_RGB8_nearest(RastelRGB8& dst, RastelMono16 const& src)
 
 void ll_Mono16_to_RGB8_downscale(RastelRGB8& dst, RastelMono16 const& src)
 {
-    if (nothing_to_convert(src, dst))
-        return;
-    sample_boxes<std::uint32_t, SinglePixelOfBox>(dst, src, RangeWriter(src));
+    if (!nothing_to_convert(src, dst))
+        sample_boxes<SinglePixelOfBox>(dst, src, RangeWriter(src));
 }
 
 namespace rastel::impl

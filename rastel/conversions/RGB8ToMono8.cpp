@@ -39,7 +39,7 @@ void convert_mixed(TImage<RGB> const& src, TImage<unsigned char>& dst, Path path
         sample_halves(dst, src, rows::mean_of_cells); // whatever the mix
         break;
     case Path::box:
-        sample_boxes<std::uint32_t, MeanOfBox<std::uint32_t>>(dst, src, write);
+        sample_boxes<MeanOfBox<std::uint32_t>>(dst, src, write);
         break;
     case Path::nearest:
         sample_nearest(dst, src, write);

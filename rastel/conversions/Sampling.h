@@ -14,6 +14,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <type_traits>
 #include <vector>
 
 namespace rastel::impl
@@ -217,27 +218,61 @@ template <class Sum, class T>
 RASTEL_CLONES void add_row(Sum* __restrict sums, T const* __restrict row, std::size_t count)
 {
     for (std::size_t i = 0; i < count; ++i)
-        sums[i] += row[i];
+        sums[i] = static_cast<Sum>(sums[i] + row[i]);
 }
 
-/// Each pixel is what the rule makes of the sum and the size of the box of source pixels that it covers. The rule says
-/// how wide the sum is and gets (sum, pixels in the box, its reciprocal rounded to float).
-///
-/// ColumnSum is wide enough for a box's height of samples; sums over its width are the rule's.
+/// Running totals of the column sums, channel by channel: entry i holds the columns before i.
+template <std::size_t channels, class Total, class Sum>
+void run_totals(Total* __restrict totals, Sum const* __restrict sums, std::size_t columns)
+{
+    std::array<Total, channels> total{};
+    for (std::size_t i = 0; i < columns; ++i)
+        for (std::size_t c = 0; c < channels; ++c) {
+            totals[i * channels + c] = total[c];
+            total[c] += sums[i * channels + c];
+        }
+    for (std::size_t c = 0; c < channels; ++c)
+        totals[columns * channels + c] = total[c];
+}
+
+/// The sum of each box, given its row's running totals. `limits` has one entry more than there are boxes.
+template <std::size_t channels, class Total>
+RASTEL_CLONES void box_sums(Total* __restrict sums, Total const* __restrict totals,
+                            std::uint32_t const* __restrict limits, std::size_t count)
+{
+    for (std::size_t x = 0; x < count; ++x)
+        sums[x] = totals[channels * std::size_t{limits[x + 1]}] - totals[channels * std::size_t{limits[x]}];
+}
+
+template <class Rule, class T>
+RASTEL_CLONES void rule_row(T* __restrict out, typename Rule::Sum const* __restrict sums,
+                            float const* __restrict reciprocals, std::size_t count)
+{
+    for (std::size_t x = 0; x < count; ++x)
+        out[x] = static_cast<T>(Rule::value(sums[x], reciprocals[x]));
+}
+
+/// The reciprocals of the sizes of a row's boxes, divided in double and rounded to float.
+RASTEL_CLONES inline void reciprocal_row(float* __restrict out, std::uint32_t const* __restrict limits,
+                                         std::uint32_t box_height, std::size_t count)
+{
+    for (std::size_t x = 0; x < count; ++x)
+        out[x] = static_cast<float>(1.0 / static_cast<double>((limits[x + 1] - limits[x]) * box_height));
+}
+
+/// ColumnSum holds the sum of a box's height of samples.
 template <class ColumnSum, class Rule, class S, class D, class Writer>
-void sample_boxes(TImage<D>& dst, TImage<S> const& src, Writer const& write)
+void sample_boxes_with(TImage<D>& dst, TImage<S> const& src, std::vector<std::uint32_t> const& rows,
+                       Writer const& write)
 {
     constexpr std::size_t channels = Samples<S>::channels;
     auto const columns = box_limits(src.width, dst.width);
-    auto const rows = box_limits(src.height, dst.height);
-    std::uint32_t widest = 0;
-    for (std::size_t x = 0; x < dst.width; ++x)
-        widest = std::max(widest, columns[x + 1] - columns[x]);
-
     SampleRows<S> samples(dst.width);
     std::vector<ColumnSum> sums(std::size_t{columns.back()} * channels);
-    std::vector<float> reciprocals(std::size_t{widest} + 1);
-    std::vector<std::uint32_t> const ends(columns.begin() + 1, columns.end());
+    std::vector<typename Rule::Sum> totals(sums.size() + channels);
+    std::vector<typename Rule::Sum> boxes(dst.width);
+    std::vector<float> reciprocals(dst.width);
+    std::uint32_t reciprocals_height = 0;
 
     for (std::uint32_t y = 0; y < dst.height; ++y) {
         std::uint32_t const box_height = rows[y + 1] - rows[y];
@@ -245,44 +280,56 @@ void sample_boxes(TImage<D>& dst, TImage<S> const& src, Writer const& write)
         std::uint64_t const last_row = rows[y + 1] == 0 ? 0 : rows[y + 1] - 1;
         std::uint64_t const left = src.room() - std::min<std::uint64_t>(src.room(), last_row * src.width);
         std::size_t const count =
-            static_cast<std::size_t>(std::upper_bound(ends.begin(), ends.end(), left) - ends.begin());
-        std::size_t const covered = count == 0 ? 0 : ends[count - 1];
+            static_cast<std::size_t>(std::upper_bound(columns.begin() + 1, columns.end(), left) - columns.begin()) - 1;
+        std::size_t const covered = columns[count];
 
         std::fill(sums.begin(), sums.end(), ColumnSum{0});
         for (std::uint32_t row = rows[y]; row < rows[y + 1]; ++row)
             add_row(sums.data(), sample_row(src, row), covered * channels);
-        for (std::uint32_t box_width = 0; box_width <= widest; ++box_width)
-            reciprocals[box_width] =
-                static_cast<float>(1.0 / static_cast<double>(static_cast<std::uint32_t>(box_width * box_height)));
-
+        run_totals<channels>(totals.data(), sums.data(), covered);
+        if (y == 0 || box_height != reciprocals_height)
+            reciprocal_row(reciprocals.data(), columns.data(), box_height, dst.width);
+        reciprocals_height = box_height;
         for (std::size_t c = 0; c < channels; ++c) {
-            SampleType<S>* const out = samples[c];
-            for (std::size_t x = 0; x < count; ++x) {
-                typename Rule::Sum sum = 0;
-                for (std::size_t column = columns[x]; column < columns[x + 1]; ++column)
-                    sum += sums[column * channels + c];
-                std::uint32_t const box_width = columns[x + 1] - columns[x];
-                out[x] = static_cast<SampleType<S>>(Rule::value(sum, box_width * box_height, reciprocals[box_width]));
-            }
+            box_sums<channels>(boxes.data(), totals.data() + c, columns.data(), count);
+            rule_row<Rule>(samples[c], boxes.data(), reciprocals.data(), count);
         }
         write(dst.data() + std::size_t{y} * dst.width, samples, count);
     }
 }
 
-/// The mean of the box, multiplied out in float.
+/// Each pixel is what the rule makes of the sum and the size of the box of source pixels that it covers. The rule says
+/// how wide the sum is, beyond which it wraps, and gets the sum and the reciprocal of the pixels in the box.
+template <class Rule, class S, class D, class Writer>
+void sample_boxes(TImage<D>& dst, TImage<S> const& src, Writer const& write)
+{
+    using Sample = SampleType<S>;
+    using Narrow = std::conditional_t<sizeof(Sample) == 1, std::uint16_t, std::uint32_t>;
+    auto const rows = box_limits(src.height, dst.height);
+    std::uint32_t highest = 0;
+    for (std::size_t y = 0; y < dst.height; ++y)
+        highest = std::max(highest, rows[y + 1] - rows[y]);
+    // Columns of the usual height are summed in twice the sample's width, where vectors hold the most.
+    if (highest <= std::numeric_limits<Narrow>::max() / std::numeric_limits<Sample>::max())
+        sample_boxes_with<Narrow, Rule>(dst, src, rows, write);
+    else
+        sample_boxes_with<typename Rule::Sum, Rule>(dst, src, rows, write);
+}
+
+/// The mean of the box, multiplied out in float. An empty box has no reciprocal and gives 0.
 template <class S>
 struct MeanOfBox {
     using Sum = S;
-    static std::uint32_t value(Sum sum, std::uint32_t size, float reciprocal)
+    static std::uint32_t value(Sum sum, float reciprocal)
     {
-        return size == 0 ? 0 : oq::saturate_cast<std::uint32_t>(static_cast<float>(sum) * reciprocal);
+        return oq::saturate_cast<std::uint32_t>(static_cast<float>(sum) * reciprocal);
     }
 };
 
 /// The reciprocal is cut to a whole number before the product: a box of one pixel passes it, any other gives 0.
 struct SinglePixelOfBox {
     using Sum = std::uint32_t;
-    static std::uint32_t value(Sum sum, std::uint32_t size, float) { return size == 1 ? sum : 0; }
+    static std::uint32_t value(Sum sum, float reciprocal) { return reciprocal == 1.0F ? sum : 0; }
 };
 
 /// Each pixel is what `quad` makes of the four pixels of a 2x2 cell; their samples stand one behind the other in two
