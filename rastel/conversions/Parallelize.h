@@ -32,6 +32,8 @@ void end_band_failure() noexcept;
 template <class F>
 void Parallelize(F const& work, unsigned int bands)
 {
+    // An interruption of the caller must not end a wait while bands are at work on the caller's images.
+    boost::this_thread::disable_interruption const uninterrupted;
     // Room for all before the first starts: between a thread's start and its joining nothing can fail.
     std::vector<boost::thread> threads;
     threads.reserve(bands);
