@@ -74,8 +74,8 @@ void Crop(TImage<T> const& src, TImage<T>& dst, PosType x0, PosType y0, PosType 
 
     // A rectangle outside the source puts its pixels far from where they belong, or nowhere: a run is cut to what lies
     // in both buffers.
-    std::int64_t const count = src.pixels == 0 ? 0 : x.clipped_length();
-    std::int64_t const rows = y.clipped_length();
+    std::int64_t const count = x.clipped_length();
+    std::int64_t const rows = src.pixels == 0 ? 0 : y.clipped_length();
     std::int64_t const to_x = x.offset(keep_geometry);
     std::int64_t const to_y = y.offset(keep_geometry);
     for (std::int64_t row = 0; row < rows; ++row) {

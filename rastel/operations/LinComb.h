@@ -4,6 +4,7 @@
 #include <rastel/operations/Pixels.h>
 #include <rastel/oq/Numeric.h>
 
+#include <array>
 #include <cmath>
 #include <stdexcept>
 #include <type_traits>
@@ -15,7 +16,11 @@ namespace impl
 
 /// Truncates values that are known to fit 32 bits, as they do for every sample where `factor_fits`.
 struct Truncated {
-    static unsigned int whole(double value) { return static_cast<unsigned int>(static_cast<int>(value)); }
+    template <class Real>
+    static unsigned int whole(Real value)
+    {
+        return static_cast<unsigned int>(static_cast<int>(value));
+    }
 };
 
 /// Truncates any value through a signed 64-bit integer that saturates.
@@ -31,37 +36,60 @@ inline bool factor_fits(double factor) { return std::fabs(factor) < 32767.0; }
 
 /// Numbers: the sum is rounded once, then truncated.
 struct SumTruncated {
-    template <class Conversion, class S>
-    static S combine(S dst, S src, double factor)
+    static constexpr int destinations = 256; ///< bytes on which what is added depends
+    template <class Conversion, class S, class Real>
+    static S combine(S dst, S src, Real factor)
     {
-        double const sum = std::fma(factor, static_cast<double>(src), static_cast<double>(dst));
-        return static_cast<S>(Conversion::whole(sum));
+        return static_cast<S>(Conversion::whole(std::fma(factor, static_cast<Real>(src), static_cast<Real>(dst))));
     }
 };
 
 /// Colours and mosaics: the product is truncated, then added.
 struct ProductTruncated {
-    template <class Conversion, class S>
-    static S combine(S dst, S src, double factor)
+    static constexpr int destinations = 1;
+    template <class Conversion, class S, class Real>
+    static S combine(S dst, S src, Real factor)
     {
-        return static_cast<S>(dst + Conversion::whole(static_cast<double>(src) * factor));
+        return static_cast<S>(dst + Conversion::whole(static_cast<Real>(src) * factor));
     }
 };
 
-template <class Rule, class Conversion, class S>
-RASTEL_CLONES void combine_row(S* dst, S const* src, std::size_t count, double factor)
+template <class Rule, class Conversion, class S, class Real>
+RASTEL_CLONES void combine_row(S* dst, S const* src, std::size_t count, Real factor)
 {
     for (std::size_t i = 0; i < count; ++i)
         dst[i] = Rule::template combine<Conversion>(dst[i], src[i], factor);
 }
 
+/// True if single precision gives the same result for all bytes. A full trial: the factor's rounding may or may not
+/// show.
+template <class Rule, class S>
+bool single_precision_does(double factor)
+{
+    std::array<S, 256> src, exact, rounded;
+    for (int destination = 0; destination < Rule::destinations; ++destination) {
+        for (std::size_t i = 0; i < src.size(); ++i)
+            src[i] = static_cast<S>(i);
+        exact.fill(static_cast<S>(destination));
+        rounded.fill(static_cast<S>(destination));
+        combine_row<Rule, Truncated>(exact.data(), src.data(), src.size(), factor);
+        combine_row<Rule, Truncated>(rounded.data(), src.data(), src.size(), static_cast<float>(factor));
+        if (exact != rounded)
+            return false;
+    }
+    return true;
+}
+
 template <class Rule, class S>
 void combine(S* dst, S const* src, std::size_t count, double factor)
 {
-    if (factor_fits(factor))
-        combine_row<Rule, Truncated>(dst, src, count, factor);
-    else
+    constexpr std::size_t trial = 256 * std::size_t{Rule::destinations};
+    if (!factor_fits(factor))
         combine_row<Rule, SaturatedTruncated>(dst, src, count, factor);
+    else if (sizeof(S) == 1 && count >= 4 * trial && single_precision_does<Rule, S>(factor))
+        combine_row<Rule, Truncated>(dst, src, count, static_cast<float>(factor));
+    else
+        combine_row<Rule, Truncated>(dst, src, count, factor);
 }
 
 /// Adds scaled numbers to a run of them.

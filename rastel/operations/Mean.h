@@ -17,27 +17,36 @@ namespace impl
 template <class S, std::size_t samples_a_pixel>
 RASTEL_CLONES void sum_run(std::uint32_t* sums, S const* in, std::size_t pixels)
 {
-    // As many sums as fill whole vectors in each channel, so that no sample changes its lane.
-    constexpr std::size_t lanes = 32 * samples_a_pixel;
-    std::uint32_t lane_sums[lanes] = {};
+    // Each lane belongs to one channel, and there are enough of them to fill registers. 256 bytes fit a lane of 16
+    // bits.
+    using Narrow = std::conditional_t<std::is_signed_v<S>, std::int16_t, std::uint16_t>;
+    using Lane = std::conditional_t<sizeof(S) == 1, Narrow, std::uint32_t>;
+    constexpr std::size_t lanes = 64 * samples_a_pixel;
     std::size_t const count = pixels * samples_a_pixel;
     std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes)
+    while (i + lanes <= count) {
+        Lane partial[lanes] = {};
+        for (int round = 0; round < 256 && i + lanes <= count; ++round, i += lanes)
+            for (std::size_t lane = 0; lane < lanes; ++lane)
+                partial[lane] = static_cast<Lane>(partial[lane] + static_cast<Lane>(in[i + lane]));
         for (std::size_t lane = 0; lane < lanes; ++lane)
-            lane_sums[lane] += static_cast<std::uint32_t>(in[i + lane]);
+            sums[lane % samples_a_pixel] += static_cast<std::uint32_t>(partial[lane]);
+    }
     for (std::size_t lane = 0; i + lane < count; ++lane)
-        lane_sums[lane] += static_cast<std::uint32_t>(in[i + lane]);
-    for (std::size_t lane = 0; lane < lanes; ++lane)
-        sums[lane % samples_a_pixel] += lane_sums[lane];
+        sums[lane % samples_a_pixel] += static_cast<std::uint32_t>(in[i + lane]);
 }
 
 /// The same for every `step`-th pixel.
 template <class S, std::size_t samples_a_pixel>
 void sum_strided(std::uint32_t* sums, S const* in, std::size_t pixels, std::size_t step)
 {
-    for (std::size_t i = 0; i < pixels; ++i)
+    std::array<std::uint32_t, samples_a_pixel> total{};
+    std::size_t const stride = samples_a_pixel * step;
+    for (std::size_t i = 0; i < pixels * stride; i += stride)
         for (std::size_t channel = 0; channel < samples_a_pixel; ++channel)
-            sums[channel] += static_cast<std::uint32_t>(in[samples_a_pixel * step * i + channel]);
+            total[channel] += static_cast<std::uint32_t>(in[i + channel]);
+    for (std::size_t channel = 0; channel < samples_a_pixel; ++channel)
+        sums[channel] += total[channel];
 }
 
 /// Pixels at which the samples of one measurement lie, seen from the walk's.

@@ -41,18 +41,19 @@ void turn_part(TImage<T> const& src, TImage<T>& dst, Rectangle const& part, bool
 {
     if (part.left >= part.right || part.top >= part.bottom)
         return;
-    std::size_t const width = src.width;
-    std::size_t const height = src.height;
-    auto const src_pitch = static_cast<std::ptrdiff_t>(width);
-    auto const dst_pitch = static_cast<std::ptrdiff_t>(height);
-    // A column becomes a row: read upwards from the part's last row, or written upwards from its last column's row.
+    auto const width = static_cast<std::ptrdiff_t>(src.width);
+    auto const height = static_cast<std::ptrdiff_t>(src.height);
+    auto const left = static_cast<std::ptrdiff_t>(part.left);
+    auto const top = static_cast<std::ptrdiff_t>(part.top);
+    auto const columns = static_cast<std::ptrdiff_t>(part.right) - left;
+    auto const rows = static_cast<std::ptrdiff_t>(part.bottom) - top;
+    // A column becomes a row: it is read upwards, or else the columns' rows are written upwards.
     if (clockwise)
-        transpose(dst.data() + part.left * height + (height - part.bottom), dst_pitch,
-                  src.data() + (part.bottom - 1) * width + part.left, -src_pitch, part.right - part.left,
-                  part.bottom - part.top);
+        transpose(dst.data() + left * height + (height - top - rows), height,
+                  src.data() + (top + rows - 1) * width + left, -width, columns, rows);
     else
-        transpose(dst.data() + (width - 1 - part.left) * height + part.top, -dst_pitch,
-                  src.data() + part.top * width + part.left, src_pitch, part.right - part.left, part.bottom - part.top);
+        transpose(dst.data() + (width - 1 - left) * height + top, -height, src.data() + top * width + left, width,
+                  columns, rows);
 }
 
 /// A buffer that ends early cuts the source to whole rows and a part of one more, and the destination likewise.

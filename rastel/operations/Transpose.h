@@ -5,102 +5,106 @@
 
 #include <rastel/oq/Numeric.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 namespace rastel::impl
 {
 
 /// dst[column * dst_pitch + row] = src[row * src_pitch + column]
 template <class T>
-void transpose_plain(T* dst, std::ptrdiff_t dst_pitch, T const* src, std::ptrdiff_t src_pitch, std::size_t columns,
-                     std::size_t rows)
+void transpose_plain(T* dst, std::ptrdiff_t dst_pitch, T const* src, std::ptrdiff_t src_pitch, std::ptrdiff_t columns,
+                     std::ptrdiff_t rows)
 {
-    for (std::size_t row = 0; row < rows; ++row)
-        for (std::size_t column = 0; column < columns; ++column)
-            dst[static_cast<std::ptrdiff_t>(column) * dst_pitch + static_cast<std::ptrdiff_t>(row)] =
-                src[static_cast<std::ptrdiff_t>(row) * src_pitch + static_cast<std::ptrdiff_t>(column)];
+    for (std::ptrdiff_t row = 0; row < rows; ++row)
+        for (std::ptrdiff_t column = 0; column < columns; ++column)
+            dst[column * dst_pitch + row] = src[row * src_pitch + column];
 }
 
-/// Columns and rows of a tile: a cache line of pixels.
+/// Columns and rows of a tile. Where pixels fill words, its rows are cache lines.
 template <class T>
-constexpr std::size_t tile_edge = sizeof(T) == 3 ? 32 : 64 / sizeof(T);
+constexpr std::ptrdiff_t tile_edge = sizeof(T) == 3 ? 32 : 64 / sizeof(T);
 
-/// Exchanges, in squares of 64-bit words with `lanes` pixels each, the upper right quarter with the lower left one,
-/// and so on within each quarter. Eight squares lie side by side.
-template <unsigned lanes, unsigned half>
-inline void transpose_words(std::uint64_t (&words)[lanes][8])
+/// The words of a row of tiles' squares: eight squares side by side in each of eight groups of rows.
+using SquareRow = std::array<std::uint64_t, 64>;
+
+/// Exchanges the later pixels of `upper`, in runs of `shift` bits, with the earlier ones of `lower`.
+template <unsigned shift>
+inline void exchange(SquareRow& upper, SquareRow& lower)
+{
+    constexpr std::uint64_t earlier = ~std::uint64_t{0} / ((std::uint64_t{1} << shift) + 1);
+    for (std::size_t i = 0; i < upper.size(); ++i) {
+        std::uint64_t const change = ((upper[i] >> shift) ^ lower[i]) & earlier;
+        lower[i] ^= change;
+        upper[i] ^= change << shift;
+    }
+}
+
+/// Transposes squares of words with `lanes` pixels each: their quarters, then the quarters of those, and so on.
+template <std::size_t half, std::size_t lanes>
+inline void transpose_squares(std::array<SquareRow, lanes>& rows)
 {
     if constexpr (half != 0) {
-        constexpr unsigned shift = half * (64 / lanes);
-        constexpr std::uint64_t low_halves = ~std::uint64_t{0} / ((std::uint64_t{1} << shift) + 1);
-        for (unsigned row = 0; row < lanes; ++row)
+        for (std::size_t row = 0; row < lanes; ++row)
             if ((row & half) == 0)
-                for (unsigned square = 0; square < 8; ++square) {
-                    std::uint64_t const change =
-                        ((words[row][square] >> shift) ^ words[row + half][square]) & low_halves;
-                    words[row + half][square] ^= change;
-                    words[row][square] ^= change << shift;
-                }
-        transpose_words<lanes, half / 2>(words);
+                exchange<half * 64 / lanes>(rows[row], rows[row + half]);
+        transpose_squares<half / 2>(rows);
     }
 }
 
 template <class T>
 RASTEL_CLONES void transpose_tile(T* dst, std::ptrdiff_t dst_pitch, T const* src, std::ptrdiff_t src_pitch)
 {
-    constexpr unsigned lanes = 8 / sizeof(T);
-    constexpr unsigned edge = tile_edge<T>;
-    std::uint64_t tile[edge][8];
-    for (unsigned group = 0; group < 8; ++group) {
-        std::uint64_t words[lanes][8];
-        for (unsigned row = 0; row < lanes; ++row)
-            std::memcpy(words[row], src + static_cast<std::ptrdiff_t>(group * lanes + row) * src_pitch, 64);
-        transpose_words<lanes, lanes / 2>(words);
-        for (unsigned square = 0; square < 8; ++square)
-            for (unsigned row = 0; row < lanes; ++row)
-                tile[square * lanes + row][group] = words[row][square];
-    }
-    for (unsigned column = 0; column < edge; ++column)
-        std::memcpy(dst + static_cast<std::ptrdiff_t>(column) * dst_pitch, tile[column], 64);
+    constexpr std::size_t lanes = 8 / sizeof(T);
+    std::array<SquareRow, lanes> rows;
+    for (std::size_t group = 0; group < 8; ++group)
+        for (std::size_t row = 0; row < lanes; ++row)
+            std::memcpy(&rows[row][8 * group], src + static_cast<std::ptrdiff_t>(group * lanes + row) * src_pitch, 64);
+    transpose_squares<lanes / 2>(rows);
+    for (std::size_t square = 0; square < 8; ++square)
+        for (std::size_t row = 0; row < lanes; ++row) {
+            T* const out = dst + static_cast<std::ptrdiff_t>(square * lanes + row) * dst_pitch;
+            for (std::size_t group = 0; group < 8; ++group)
+                std::memcpy(static_cast<void*>(out + group * lanes), &rows[row][8 * group + square], 8);
+        }
 }
 
-/// Pixels of three bytes move as four; the byte too many is overwritten by the next one.
+/// Pixels of three bytes move as four: the byte too many falls where a later row's pixel goes.
 template <class T>
-RASTEL_CLONES void transpose_triples(T* dst, std::ptrdiff_t dst_pitch, T const* src, std::ptrdiff_t src_pitch)
+void transpose_triples(T* dst, std::ptrdiff_t dst_pitch, T const* src, std::ptrdiff_t src_pitch)
 {
-    constexpr std::size_t edge = tile_edge<T>;
-    unsigned char tile[edge][3 * edge + 4];
-    for (std::size_t row = 0; row < edge; ++row) {
-        T const* const in = src + static_cast<std::ptrdiff_t>(row) * src_pitch;
-        for (std::size_t column = 0; column + 1 < edge; ++column)
-            std::memcpy(&tile[column][3 * row], static_cast<void const*>(in + column), 4);
-        std::memcpy(&tile[edge - 1][3 * row], static_cast<void const*>(in + edge - 1), 3);
+    constexpr std::ptrdiff_t last = tile_edge<T> - 1;
+    for (std::ptrdiff_t row = 0; row < last; ++row) {
+        for (std::ptrdiff_t column = 0; column < last; ++column)
+            std::memcpy(static_cast<void*>(dst + column * dst_pitch + row),
+                        static_cast<void const*>(src + row * src_pitch + column), 4);
+        dst[last * dst_pitch + row] = src[row * src_pitch + last];
     }
-    for (std::size_t column = 0; column < edge; ++column)
-        std::memcpy(static_cast<void*>(dst + static_cast<std::ptrdiff_t>(column) * dst_pitch), tile[column], 3 * edge);
+    transpose_plain(dst + last, dst_pitch, src + last * src_pitch, src_pitch, last + 1, 1);
 }
 
 /// dst[column * dst_pitch + row] = src[row * src_pitch + column]
 template <class T>
-void transpose(T* dst, std::ptrdiff_t dst_pitch, T const* src, std::ptrdiff_t src_pitch, std::size_t columns,
-               std::size_t rows)
+void transpose(T* dst, std::ptrdiff_t dst_pitch, T const* src, std::ptrdiff_t src_pitch, std::ptrdiff_t columns,
+               std::ptrdiff_t rows)
 {
-    constexpr std::size_t edge = tile_edge<T>;
+    constexpr std::ptrdiff_t edge = tile_edge<T>;
 #if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-    constexpr bool tiles = true;
+    constexpr bool earlier_is_lower = true;
 #else
-    constexpr bool tiles = false; // the words take a pixel's place from its significance
+    constexpr bool earlier_is_lower = false; // a word's shifts would move pixels the other way
 #endif
-    if (!tiles || columns < edge || rows < edge)
+    if (!earlier_is_lower || columns < edge || rows < edge)
         return transpose_plain(dst, dst_pitch, src, src_pitch, columns, rows);
-    // The last tile of a row or column overlaps the one before it.
-    for (std::size_t top = 0; top < rows; top += edge)
-        for (std::size_t left = 0; left < columns; left += edge) {
-            auto const row = static_cast<std::ptrdiff_t>(std::min(top, rows - edge));
-            auto const column = static_cast<std::ptrdiff_t>(std::min(left, columns - edge));
+    for (std::ptrdiff_t top = 0; top < rows; top += edge)
+        for (std::ptrdiff_t left = 0; left < columns; left += edge) {
+            // The last tile of a row or column overlaps the one before it.
+            std::ptrdiff_t const row = std::min(top, rows - edge);
+            std::ptrdiff_t const column = std::min(left, columns - edge);
             T* const to = dst + column * dst_pitch + row;
             T const* const from = src + row * src_pitch + column;
             if constexpr (sizeof(T) == 3)
@@ -110,12 +114,62 @@ void transpose(T* dst, std::ptrdiff_t dst_pitch, T const* src, std::ptrdiff_t sr
         }
 }
 
+/// Bytes of a register's worth of pixels with three bytes, each kept where it is a pixel's n-th byte.
+struct TripleMasks {
+    static constexpr std::size_t bytes = 192;
+    constexpr TripleMasks()
+    {
+        for (std::size_t i = 0; i < bytes; ++i)
+            mask[i % 3][i] = 255;
+    }
+    unsigned char mask[3][bytes] = {};
+};
+inline constexpr TripleMasks triple_masks;
+
+/// Reverses as many triples as the masks span: all bytes at once, then first and third byte of each change places. One
+/// more triple is read at either end.
+inline RASTEL_CLONES void reverse_triples(unsigned char* __restrict dst, unsigned char const* __restrict src)
+{
+    constexpr std::size_t bytes = TripleMasks::bytes;
+    unsigned char reversed[bytes + 4];
+    for (std::size_t i = 0; i < bytes + 4; ++i)
+        reversed[i] = (src + bytes + 1)[-static_cast<std::ptrdiff_t>(i)];
+    auto const& mask = triple_masks.mask;
+    for (std::size_t i = 0; i < bytes; ++i)
+        dst[i] = static_cast<unsigned char>((reversed[i + 4] & mask[0][i]) | (reversed[i + 2] & mask[1][i]) |
+                                            (reversed[i] & mask[2][i]));
+}
+
+template <class Word>
+RASTEL_CLONES void reverse_words(unsigned char* __restrict dst, unsigned char const* __restrict src, std::size_t count)
+{
+    for (std::size_t i = 0; i < count; ++i) {
+        Word word;
+        std::memcpy(&word, src + i * sizeof word, sizeof word);
+        std::memcpy(dst + (count - 1 - i) * sizeof word, &word, sizeof word);
+    }
+}
+
 /// dst[count - 1 - i] = src[i]
 template <class T>
-RASTEL_CLONES void reverse_run(T* __restrict dst, T const* __restrict src, std::size_t count)
+void reverse_run(T* dst, T const* src, std::size_t count)
 {
-    for (std::size_t i = 0; i < count; ++i)
-        dst[count - 1 - i] = src[i];
+    auto* const out = reinterpret_cast<unsigned char*>(dst);
+    auto const* const in = reinterpret_cast<unsigned char const*>(src);
+    if constexpr (sizeof(T) == 3) {
+        constexpr std::size_t block = TripleMasks::bytes / 3;
+        std::size_t i = 0;
+        for (; i < std::min<std::size_t>(count, 1); ++i)
+            dst[count - 1 - i] = src[i];
+        for (; i + block < count; i += block)
+            reverse_triples(out + 3 * (count - block - i), in + 3 * i);
+        for (; i < count; ++i)
+            dst[count - 1 - i] = src[i];
+    } else {
+        using Word = std::conditional_t<sizeof(T) == 1, std::uint8_t,
+                                        std::conditional_t<sizeof(T) == 2, std::uint16_t, std::uint32_t>>;
+        reverse_words<Word>(out, in, count);
+    }
 }
 
 } // namespace rastel::impl

@@ -1,0 +1,226 @@
+#include "ImageHelpers.h"
+
+#include <rastel/operations/BasicOperations.h>
+
+#include <cmath>
+#include <string>
+
+namespace
+{
+
+using namespace rastel;
+using test::FencedImage;
+using test::image_of;
+using test::Memory;
+using test::pixels_of;
+using RGB8 = TRGB<unsigned char>;
+
+struct Sizes {
+    unsigned int sw, sh, dw, dh;
+};
+
+template <class T>
+using Rule = void (*)(Memory<T>& dst, Memory<T>& src, Sizes const& size);
+
+/// The rules, pixel by pixel. What needs a source pixel that isn't there is left out.
+template <class T>
+void nearest(Memory<T>& dst, Memory<T>& src, Sizes const& size)
+{
+    float const offset = sizeof(T) == 1 ? 0.5F : 0.0F;
+    float y = 0;
+    for (unsigned r = 0; r < size.dh; ++r, y += float(size.sh) / float(size.dh)) {
+        float x = 0;
+        for (unsigned c = 0; c < size.dw; ++c, x += float(size.sw) / float(size.dw))
+            dst.take(1LL * r * size.dw + c, src, 1LL * unsigned(y + offset) * size.sw + unsigned(x + offset));
+    }
+}
+
+template <class T>
+void halved(Memory<T>& dst, Memory<T>& src, Sizes const& size)
+{
+    using Sample = std::conditional_t<sizeof(T) == 2, unsigned short, unsigned char>;
+    for (unsigned r = 0; r < size.sh / 2; ++r)
+        for (unsigned c = 0; c < size.sw / 2; ++c) {
+            long long const i = 2LL * r * size.sw + 2 * c, j = i + size.sw;
+            long long const out = 1LL * r * (size.sw / 2) + c;
+            if (!src.has(j + 1) || !dst.has(out))
+                continue;
+            for (std::size_t k = 0; k < sizeof(T) / sizeof(Sample); ++k) {
+                auto const at = [k](T* pixel) -> Sample& { return reinterpret_cast<Sample*>(pixel)[k]; };
+                at(dst[out]) = static_cast<Sample>((at(src[i]) + at(src[i + 1]) + at(src[j]) + at(src[j + 1])) / 4);
+            }
+        }
+}
+
+void bilinear(Memory<unsigned char>& dst, Memory<unsigned char>& src, Sizes const& size)
+{
+    auto const [sw, sh, dw, dh] = size;
+    float const step_x = float(sw) / float(dw), step_y = float(sh) / float(dh);
+    auto const nx = unsigned(std::ceil(float((sw - 1) * dw) / float(sw)));
+    auto const ny = unsigned(std::ceil(float((sh - 1) * dh) / float(sh)));
+    float y = 0, fy = 0;
+    long long yi = -1; // one before the bottom row if there is no interior
+    for (unsigned r = 0; r < dh; ++r, y += step_y) {
+        bool const interior_row = r < ny;
+        if (interior_row) {
+            yi = static_cast<long long>(y);
+            fy = y - float(yi);
+        }
+        float const gy = 1 - fy;
+        float x = 0, fx = 0;
+        long long xi = -1;
+        for (unsigned c = 0; c < dw; ++c, x += step_x) {
+            bool const interior = c < nx;
+            if (interior) {
+                xi = static_cast<long long>(x);
+                fx = x - float(xi);
+            }
+            float const gx = 1 - fx;
+            long long const bottom = (yi + 1) * sw + xi, top = yi * sw + xi;
+            if (!src.has(bottom + 1))
+                continue;
+            auto const at = [&src](long long i) { return float(*src[i]); };
+            float a = at(bottom + 1);
+            if (interior_row && interior) {
+                a = (at(top + 1) * fx) * gy;
+                a = std::fma(gy, at(top) * gx, a);
+                a = std::fma(fy, at(bottom) * gx, a);
+                a = std::fma(fy, at(bottom + 1) * fx, a);
+            } else if (interior_row) {
+                a = std::fma(gy, at(top + 1), at(bottom + 1) * fy);
+            } else if (interior) {
+                a = std::fma(at(bottom), 1 - fx, fx * at(bottom + 1));
+            }
+            dst.set(1LL * r * dw + c, static_cast<unsigned char>(a));
+        }
+    }
+}
+
+template <class T>
+void expect_rule(Rule<T> rule, RastelFlag const& method, unsigned seed)
+{
+    std::mt19937 engine(seed);
+    auto const below = [&engine](unsigned limit) { return static_cast<unsigned>(engine() % limit); };
+    for (int round = 0; round < 400; ++round) {
+        // Small, long (where the sums drift), a pixel wide or high, or without pixels.
+        unsigned const limit = round % 8 == 0 ? 3000 : 41, height = round % 8 == 0 ? 4 : 41;
+        Sizes const size{below(limit), round % 5 == 0 ? 1 : below(height), below(limit), below(height)};
+        if (size.sw == size.dw && size.sh == size.dh)
+            continue;
+        std::size_t const pixels = std::size_t{size.sw} * size.sh, rest = below(sizeof(T));
+        std::size_t const rooms[] = {pixels, pixels + size.sw + 1, pixels - std::min<std::size_t>(pixels, below(90))};
+        FencedImage<T> src(size.sw, size.sh, rooms[below(3)] * sizeof(T) + rest, engine());
+        std::size_t const wanted = method == DOWNSAMPLE_2X ? pixels / 4 : std::size_t{size.dw} * size.dh;
+        FencedImage<T> dst(size.dw, size.dh, (wanted - std::min<std::size_t>(wanted, below(3) * below(40))) * sizeof(T),
+                           engine());
+        Memory<T> source(src.image);
+        Memory<T> expected(dst.image);
+        if (src.image.pixels != 0 && dst.image.pixels != 0)
+            rule(expected, source, size);
+        testing::internal::CaptureStdout();
+        Resample(static_cast<Rastel const&>(src.image), dst.image, method);
+        testing::internal::GetCapturedStdout();
+        ASSERT_TRUE(expected.stands_in(dst.image))
+            << size.sw << " x " << size.sh << " to " << size.dw << " x " << size.dh;
+    }
+}
+
+TEST(Resample, FollowsTheRulesInsideTheRoom)
+{
+    expect_rule<unsigned char>(nearest, NEAREST, 1);
+    expect_rule<RGB8>(nearest, NEAREST, 2);
+    expect_rule<unsigned char>(halved, DOWNSAMPLE_2X, 3);
+    expect_rule<unsigned short>(halved, DOWNSAMPLE_2X, 4);
+    expect_rule<RGB8>(halved, DOWNSAMPLE_2X, 5);
+    expect_rule<unsigned char>(bilinear, BILINEAR_INTERPOLATION, 6);
+}
+
+TEST(Resample, FollowsTheRulesOnPictures)
+{
+    for (auto const& size : {Sizes{640, 48, 320, 24}, Sizes{320, 24, 640, 48}, Sizes{321, 25, 107, 5},
+                             Sizes{300, 40, 431, 77}, Sizes{300, 40, 1200, 80}, Sizes{301, 40, 100, 77}}) {
+        auto const src = test::random_image<unsigned char>(size.sw, size.sh, 8);
+        auto dst = test::dirty_image<unsigned char>(size.dw, size.dh);
+        Memory<unsigned char> source(src);
+        Memory<unsigned char> expected(dst);
+        nearest(expected, source, size);
+        Resample(src, dst, NEAREST);
+        EXPECT_TRUE(expected.stands_in(dst)) << size.sw << " to " << size.dw;
+        bilinear(expected, source, size);
+        Resample(src, dst, BILINEAR_INTERPOLATION);
+        EXPECT_TRUE(expected.stands_in(dst)) << size.sw << " to " << size.dw;
+    }
+}
+
+TEST(Resample, WorkedExamples)
+{
+    using Bytes = std::vector<unsigned char>;
+    auto const sampled = [](RastelMono8 const& src, unsigned width, unsigned height, RastelFlag const& method) {
+        auto dst = test::dirty_image<unsigned char>(width, height);
+        Resample(static_cast<Rastel const&>(src), dst, method);
+        return pixels_of(dst);
+    };
+    auto const row = image_of<unsigned char>(4, 1, {0, 100, 200, 50});
+    EXPECT_EQ(sampled(row, 8, 1, BILINEAR_INTERPOLATION), (Bytes{0, 50, 100, 150, 200, 125, 50, 50}));
+    EXPECT_EQ(sampled(row, 2, 1, NEAREST), (Bytes{0, 200}));
+    auto const column = image_of<unsigned char>(1, 2, {10, 21});
+    EXPECT_EQ(sampled(column, 1, 4, BILINEAR_INTERPOLATION), (Bytes{10, 15, 21, 21}));
+    EXPECT_EQ(sampled(image_of<unsigned char>(1, 1, {7}), 2, 2, BILINEAR_INTERPOLATION), (Bytes{7, 7, 7, 7}));
+    auto const square = image_of<unsigned char>(3, 3, {1, 2, 99, 3, 5, 99, 99, 99, 99});
+    EXPECT_EQ(sampled(square, 1, 1, DOWNSAMPLE_2X), (Bytes{2}));
+}
+
+template <class T>
+std::string outcome(unsigned width, unsigned dst_width, RastelFlag const& method)
+{
+    auto const src = test::random_image<T>(width, 4, 3);
+    auto dst = test::dirty_image<T>(dst_width, 4);
+    auto const before = dst;
+    std::string text;
+    testing::internal::CaptureStdout();
+    try {
+        Resample(static_cast<Rastel const&>(src), dst, method);
+        text = test::same_pixels(dst, src) ? "copied" : "resampled";
+    } catch (not_implemented const& failure) {
+        text = failure.what();
+    } catch (std::runtime_error const& failure) {
+        text = failure.what();
+    } catch (char const* failure) {
+        text = failure;
+    }
+    if (text != "copied" && text != "resampled") {
+        EXPECT_TRUE(test::same_pixels(dst, before));
+    }
+    return testing::internal::GetCapturedStdout() + text;
+}
+
+TEST(Resample, RefusesWhatItDoesNotCover)
+{
+    std::string const one = "Not Implemented: 200902231702-1 FIXME", two = "Not Implemented: 200902231702-2 FIXME";
+    std::string const grey = "[RastelMono] unhandled resampling type\n";
+    std::string const colour = "[RastelRGB8] unhandled resampling type\n";
+    std::string const unsupported =
+        "[EE]  rastel: Unsupported image format\nrastel::Resample: unsupported image format";
+    RastelFlag const unknown;
+    for (RastelFlag const& method :
+         {BILINEAR_INTERPOLATION, TRILINEAR_INTERPOLATION, RESAMPLE, NEAREST, DOWNSAMPLE_2X, unknown}) {
+        bool const refused = method == TRILINEAR_INTERPOLATION || method == RESAMPLE || method == unknown;
+        bool const no_colour = refused || method == BILINEAR_INTERPOLATION;
+        EXPECT_EQ(outcome<unsigned char>(4, 4, method), "copied");
+        EXPECT_EQ(outcome<RGB8>(4, 4, method), "copied");
+        EXPECT_EQ(outcome<unsigned char>(4, 2, method), refused ? grey : "resampled");
+        EXPECT_EQ(outcome<RGB8>(4, 2, method), no_colour ? colour : "resampled");
+        for (unsigned const width : {2U, 4U}) {
+            EXPECT_EQ(outcome<unsigned short>(4, width, method), method == DOWNSAMPLE_2X ? "resampled" : two);
+            EXPECT_EQ(outcome<signed char>(4, width, method), one);
+            EXPECT_EQ(outcome<short>(4, width, method), two);
+            EXPECT_EQ(outcome<TRGBA<unsigned char>>(4, width, method), unsupported);
+            EXPECT_EQ(outcome<Bayer<TBGGR<unsigned char>>>(4, width, method), unsupported);
+            EXPECT_EQ(outcome<Bayer<TGRBG<unsigned short>>>(4, width, method), unsupported);
+        }
+    }
+    EXPECT_EQ(outcome<RGB8>(4, 0, NEAREST), "ll_rgb24_resize_nearest called with invalid parameter\nresampled");
+    EXPECT_EQ(outcome<RGB8>(0, 4, NEAREST), "resampled");
+}
+
+} // namespace
