@@ -68,14 +68,14 @@ int noise(int x, int y, int pitch, std::uint32_t seed)
     return (upper / 256 * (256 - wy) + lower / 256 * wy) / 256;
 }
 
-/// Rings that become finer outwards, up to two fifths of a cycle a pixel in the middle of the panel's sides.
+/// Rings that become finer outwards, up to three eighths of a cycle a pixel in the middle of the panel's sides.
 Colour zone_plate(Spot s)
 {
     std::int64_t const dx = s.x - s.width / 2;
     std::int64_t const dy = s.y - s.height / 2;
     std::int64_t const radius = std::min(s.width, s.height) / 2;
     // The phase grows by f * r * r / (2 * radius) turns; r and radius count units, f cycles a pixel.
-    std::int64_t const frequency = (std::int64_t{1} << 32) * 2 / 5;
+    std::int64_t const frequency = (std::int64_t{1} << 32) * 3 / 8;
     auto const turn = static_cast<std::uint32_t>((dx * dx + dy * dy) * (frequency / unit) / (2 * radius));
     return grey(full / 2 + wave(turn) * (full * 7 / 16) / 256);
 }

@@ -191,8 +191,8 @@ public:
     {
         constexpr unsigned int side = 24;
         std::size_t const row = table_.width;
-        haar::Feat2 const above_minus_below{
-            {0, side, side / 2 * row, side / 2 * row + side, side * row, side * row + side}};
+        std::size_t const edge = side / 2 * row; // that both boxes share
+        haar::Feat2 const above_minus_below{0, side, edge, edge + side, 2 * edge, 2 * edge + side};
         int greatest = 0;
         unsigned int best_x = 0;
         unsigned int best_y = 0;

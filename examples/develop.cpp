@@ -45,6 +45,13 @@ Without FRAME, --pattern chooses the mosaic that the scene is sampled with (RGGB
 picture with the scene, and leaves out a border of ten pixels.
 )";
 
+constexpr char const* remarks = R"(
+Nearest and simple take a pixel's three samples to its right and below, which moves the picture by half a pixel.
+Gradient equals edge sense, apart from the border; with GBRG and GRBG it leans on the green one column further left.
+Kimmel corrects its green by no second differences, and its refinement replaces measured samples by estimates from
+ratios, so that it falls behind in fine detail.
+)";
+
 struct Size {
     unsigned int width, height;
 };
@@ -178,6 +185,7 @@ void compare_decoders(Options const& options)
     for (Decoder const& decoder : all_decoders())
         if (decoder.flag != &rastel::BAYER_DECODING_KIMMEL) // leads to the adaptive decoder, which has its line
             compare(decoder, *raw, scene, folder);
+    std::fputs(remarks, stdout);
 }
 
 int failed(std::string_view reason)
