@@ -1,0 +1,153 @@
+// The decoders that look at one 2x2 quad a pixel: simple, nearest neighbour, and one pixel a cell.
+#include <rastel/conversions/bayer/BayerDecoders.h>
+
+#include <rastel/conversions/bayer/Bands.h>
+#include <rastel/conversions/bayer/Rows.h>
+#include <rastel/conversions/bayer/Scale.h>
+
+#include <algorithm>
+
+using namespace rastel;
+using namespace rastel::impl;
+
+namespace
+{
+
+/// How the two greens of a quad become one.
+enum class Green { mean, upper };
+
+/// Decodes `count` pixels from the quads that reach from them to the right and down. Where `colour_column` is set the
+/// upper row has its red (or blue) sample, elsewhere its green one.
+template <Green green, bool red_above, class Sample, class Scale>
+RASTEL_CLONES void quad_row(RGB8* __restrict out, Sample const* __restrict upper, Sample const* __restrict lower,
+                            Sample const* __restrict colour_column, std::size_t count, Scale scale)
+{
+    for (std::size_t x = 0; x < count; ++x) {
+        bool const colour = colour_column[x] != 0;
+        Sample const upper_left = upper[x];
+        Sample const upper_right = upper[x + 1];
+        Sample const lower_left = lower[x];
+        Sample const lower_right = lower[x + 1];
+        Sample const upper_colour = colour ? upper_left : upper_right;
+        Sample const upper_green = colour ? upper_right : upper_left;
+        Sample const lower_colour = colour ? lower_right : lower_left;
+        Sample const lower_green = colour ? lower_left : lower_right;
+        unsigned char const above = scale.one(upper_colour);
+        unsigned char const below = scale.one(lower_colour);
+        out[x].r = red_above ? above : below;
+        out[x].g = green == Green::mean ? scale.two(upper_green, lower_green) : scale.one(upper_green);
+        out[x].b = red_above ? below : above;
+    }
+}
+
+template <class P, Green green, class Scale>
+void decode_rows(RGB8* dst, Mosaic<P> const& src, Rows rows, Scale scale)
+{
+    using Sample = typename P::Sample;
+    std::size_t const width = src.width;
+    ColumnParity<Sample> const columns(width);
+
+    // The last column has no quad: it repeats the one before.
+    auto const row = [&](auto decode, std::size_t y) {
+        Sample const* const upper = samples(src) + y * width;
+        RGB8* const out = dst + y * width;
+        decode(out, upper, upper + width, columns.of(colour_x<P>(y)), width - 1, scale);
+        out[width - 1] = out[width - 2];
+    };
+    constexpr auto even = &quad_row<green, holds_red<P>(0), Sample, Scale>;
+    constexpr auto odd = &quad_row<green, holds_red<P>(1), Sample, Scale>;
+
+    // Nor has the image's last row, whichever band it falls to.
+    bool const at_end = rows.end == even_part(src.height);
+    std::size_t const quads_end = at_end ? rows.end - 2 : rows.end;
+    for (std::size_t y = rows.start; y < quads_end; y += 2) {
+        row(even, y);
+        row(odd, y + 1);
+    }
+    if (at_end) {
+        row(even, quads_end);
+        std::copy_n(dst + quads_end * width, width, dst + (quads_end + 1) * width);
+    }
+}
+
+template <Green green, class P>
+RastelRGB8& decode_quads(RastelRGB8& dst, Mosaic<P> const& src, std::uint32_t band, std::uint32_t bands)
+{
+    Rows const rows = band_rows(src.height, band, bands);
+    if (!rows.empty() && src.width >= 2 && decodable(dst, src))
+        with_scale<typename P::Sample>(src, [&](auto scale) { decode_rows<P, green>(dst.data(), src, rows, scale); });
+    return dst;
+}
+
+/// One pixel from each of `count` cells.
+template <class P, class Scale>
+RASTEL_CLONES void cell_row(RGB8* __restrict out, typename P::Sample const* __restrict upper,
+                            typename P::Sample const* __restrict lower, std::size_t count, Scale scale)
+{
+    constexpr unsigned upper_x = colour_x<P>(0);
+    for (std::size_t x = 0; x < count; ++x) {
+        unsigned char const above = scale.one(upper[2 * x + upper_x]);
+        unsigned char const below = scale.one(lower[2 * x + 1 - upper_x]);
+        out[x].r = holds_red<P>(0) ? above : below;
+        out[x].g = scale.two(upper[2 * x + 1 - upper_x], lower[2 * x + upper_x]);
+        out[x].b = holds_red<P>(0) ? below : above;
+    }
+}
+
+} // namespace
+
+template <class P>
+RastelRGB8& Bayer_to_RGB8_simple(RastelRGB8& dst, Mosaic<P> const& src, std::uint32_t band, std::uint32_t bands)
+{
+    return decode_quads<Green::mean>(dst, src, band, bands);
+}
+
+template <class P>
+RastelRGB8& Bayer_to_RGB8_nearest_neighbor(RastelRGB8& dst, Mosaic<P> const& src, std::uint32_t band,
+                                           std::uint32_t bands)
+{
+    return decode_quads<Green::upper>(dst, src, band, bands);
+}
+
+template <class P>
+RastelRGB8& Bayer_to_RGB8_downsample_2x(RastelRGB8& dst, Mosaic<P> const& src, std::uint32_t band, std::uint32_t bands)
+{
+    Rows const rows = band_rows(src.height, band, bands);
+    if (rows.empty() || src.width < 2 || !decodable(dst, src, 2))
+        return dst;
+    std::size_t const width = src.width;
+    with_scale<typename P::Sample>(src, [&](auto scale) {
+        for (std::size_t y = rows.start; y < rows.end; y += 2) {
+            auto const* const upper = samples(src) + y * width;
+            cell_row<P>(dst.data() + y / 2 * dst.width, upper, upper + width, dst.width, scale);
+        }
+    });
+    return dst;
+}
+
+template BandDecoder<RastelRGB8, TBGGR<unsigned char>> Bayer_to_RGB8_simple;
+template BandDecoder<RastelRGB8, TRGGB<unsigned char>> Bayer_to_RGB8_simple;
+template BandDecoder<RastelRGB8, TGBRG<unsigned char>> Bayer_to_RGB8_simple;
+template BandDecoder<RastelRGB8, TGRBG<unsigned char>> Bayer_to_RGB8_simple;
+template BandDecoder<RastelRGB8, TBGGR<unsigned short>> Bayer_to_RGB8_simple;
+template BandDecoder<RastelRGB8, TRGGB<unsigned short>> Bayer_to_RGB8_simple;
+template BandDecoder<RastelRGB8, TGBRG<unsigned short>> Bayer_to_RGB8_simple;
+template BandDecoder<RastelRGB8, TGRBG<unsigned short>> Bayer_to_RGB8_simple;
+
+template BandDecoder<RastelRGB8, TBGGR<unsigned char>> Bayer_to_RGB8_nearest_neighbor;
+template BandDecoder<RastelRGB8, TRGGB<unsigned char>> Bayer_to_RGB8_nearest_neighbor;
+template BandDecoder<RastelRGB8, TGBRG<unsigned char>> Bayer_to_RGB8_nearest_neighbor;
+template BandDecoder<RastelRGB8, TGRBG<unsigned char>> Bayer_to_RGB8_nearest_neighbor;
+template BandDecoder<RastelRGB8, TBGGR<unsigned short>> Bayer_to_RGB8_nearest_neighbor;
+template BandDecoder<RastelRGB8, TRGGB<unsigned short>> Bayer_to_RGB8_nearest_neighbor;
+template BandDecoder<RastelRGB8, TGBRG<unsigned short>> Bayer_to_RGB8_nearest_neighbor;
+template BandDecoder<RastelRGB8, TGRBG<unsigned short>> Bayer_to_RGB8_nearest_neighbor;
+
+template BandDecoder<RastelRGB8, TBGGR<unsigned char>> Bayer_to_RGB8_downsample_2x;
+template BandDecoder<RastelRGB8, TRGGB<unsigned char>> Bayer_to_RGB8_downsample_2x;
+template BandDecoder<RastelRGB8, TGBRG<unsigned char>> Bayer_to_RGB8_downsample_2x;
+template BandDecoder<RastelRGB8, TGRBG<unsigned char>> Bayer_to_RGB8_downsample_2x;
+template BandDecoder<RastelRGB8, TBGGR<unsigned short>> Bayer_to_RGB8_downsample_2x;
+template BandDecoder<RastelRGB8, TRGGB<unsigned short>> Bayer_to_RGB8_downsample_2x;
+template BandDecoder<RastelRGB8, TGBRG<unsigned short>> Bayer_to_RGB8_downsample_2x;
+template BandDecoder<RastelRGB8, TGRBG<unsigned short>> Bayer_to_RGB8_downsample_2x;
