@@ -1,0 +1,283 @@
+// From a mosaic to a decoder: flags, sizes, the range of samples, failures on bands, and images that don't fit.
+#include "BayerHelpers.h"
+
+#include <rastel/conversions/Parallelize.h>
+#include <rastel/conversions/TypedConversions.h>
+#include <rastel/operations/BasicOperations.h>
+
+#include <boost/lexical_cast.hpp>
+
+#include <string>
+
+using namespace rastel;
+using namespace test;
+using ::testing::internal::CaptureStdout;
+using ::testing::internal::GetCapturedStdout;
+
+namespace
+{
+
+using RGB = TRGB<unsigned char>;
+
+template <class P>
+using Decoder = RastelRGB8& (*)(RastelRGB8&, Raw<P> const&, std::uint32_t, std::uint32_t);
+
+template <class Image>
+Image flagged(Image image, std::string const& flags)
+{
+    image.properties.put("CONVERSION FLAGS", flags);
+    return image;
+}
+
+template <class P>
+struct BayerFrontEnd : ::testing::Test {
+    /// The result of a front end for a dirty destination.
+    static RastelRGB8 colour(Raw<P> const& raw, unsigned width, unsigned height, std::string const& flags)
+    {
+        auto dst = flagged(dirty_image<RGB>(width, height), flags);
+        EXPECT_EQ(&Bayer_to_RGB8(raw, dst), &dst);
+        return dst;
+    }
+};
+TYPED_TEST_SUITE(BayerFrontEnd, Patterns8);
+
+TYPED_TEST(BayerFrontEnd, TheFirstFlagOfTheTableWins)
+{
+    using P = TypeParam;
+    auto const raw = random_mosaic<P>(26, 22, 3);
+    std::pair<char const*, Decoder<P>> const rows[] = {
+        {"", Bayer_to_RGB8_simple},
+        {"BAYER_DECODING_DOWNSAMPLE_2X|BAYER_DECODING_NONE", Bayer_to_RGB8_simple},
+        {"BAYER_DECODING_KIMMEL", Bayer_to_RGB8_adaptive},
+        {"BAYER_DECODING_KIMMEL|BAYER_DECODING_ADAPTIVE", Bayer_to_RGB8_adaptive},
+        {"BAYER_DECODING_ADAPTIVE|BAYER_DECODING_SIMPLE", Bayer_to_RGB8_simple},
+        {"BAYER_DECODING_SIMPLE|BAYER_DECODING_NEAREST", Bayer_to_RGB8_nearest_neighbor},
+        {"BAYER_DECODING_NEAREST|BAYER_DECODING_GRADIENT|BAYER_DECODING_ADAPTIVE", Bayer_to_RGB8_gradient},
+        {"BAYER_DECODING_GRADIENT|BAYER_DECODING_EDGE_SENSE|BAYER_DECODING_KIMMEL", Bayer_to_RGB8_edge_sense}};
+    for (auto const& [flags, decoder] : rows)
+        EXPECT_TRUE(same_pixels(this->colour(raw, 26, 22, flags), decode<RGB, P>(decoder, raw, 1))) << flags;
+}
+
+TYPED_TEST(BayerFrontEnd, OtherSizesAreResampled)
+{
+    using P = TypeParam;
+    auto const raw = random_mosaic<P>(24, 20, 3);
+    std::string const half = "BAYER_DECODING_DOWNSAMPLE_2X|BAYER_DECODING_EDGE_SENSE";
+    EXPECT_TRUE(same_pixels(this->colour(raw, 12, 10, half), decode<RGB, P>(Bayer_to_RGB8_downsample_2x, raw, 1, 2)));
+
+    std::pair<char const*, Decoder<P>> const rows[] = {
+        {"", Bayer_to_RGB8_simple},
+        {"BAYER_DECODING_GRADIENT|BAYER_DECODING_ADAPTIVE|BAYER_DECODING_KIMMEL", Bayer_to_RGB8_simple},
+        {"BAYER_DECODING_SIMPLE|BAYER_DECODING_NEAREST", Bayer_to_RGB8_nearest_neighbor}};
+    for (Size const size : {Size{12, 10}, Size{12, 20}, Size{31, 7}})
+        for (auto const& [flags, decoder] : rows) {
+            auto expected = dirty_image<RGB>(size.width, size.height);
+            Resample(decode<RGB, P>(decoder, raw, 1), expected, NEAREST);
+            EXPECT_TRUE(same_pixels(this->colour(raw, size.width, size.height, flags), expected)) << flags;
+        }
+    RastelRGB8 black(24, 20);
+    Bayer_to_RGB8_edge_sense(black, raw, 0, 1);
+    auto expected = dirty_image<RGB>(12, 20);
+    Resample(black, expected, NEAREST);
+    EXPECT_TRUE(same_pixels(this->colour(raw, 12, 20, half), expected));
+}
+
+TYPED_TEST(BayerFrontEnd, GreyIgnoresAllFlagsButTheHalfSize)
+{
+    using P = TypeParam;
+    auto const raw = random_mosaic<P>(24, 20, 3);
+    std::string const flags = "BAYER_DECODING_DOWNSAMPLE_2X|BAYER_DECODING_LUMINANCE|BAYER_DECODING_EDGE_SENSE";
+    auto const luminance = decode<unsigned char, P>(ll_Bayer_to_Mono_luminance, raw, 1);
+    auto const same_size = flagged(dirty_image<unsigned char>(24, 20), flags);
+    auto const half = flagged(dirty_image<unsigned char>(12, 10), flags);
+    auto other = dirty_image<unsigned char>(12, 20);
+    Resample(luminance, other, BILINEAR_INTERPOLATION);
+    auto const grey = [&](RastelMono8 dst) { return Bayer_to_Mono(raw, dst); };
+    EXPECT_TRUE(same_pixels(grey(same_size), luminance));
+    EXPECT_TRUE(same_pixels(grey(half), decode<unsigned char, P>(ll_Bayer_to_Mono_downsample_2x, raw, 1, 2)));
+    EXPECT_TRUE(same_pixels(grey(flagged(dirty_image<unsigned char>(12, 20), flags)), other));
+}
+
+TYPED_TEST(BayerFrontEnd, WideGreyTakesTheRangeAlong)
+{
+    using P = TypeParam;
+    auto raw = random_mosaic<P>(24, 20, 3);
+    auto dst = flagged(RastelMono16(12, 10), "BAYER_DECODING_DOWNSAMPLE_2X");
+    Bayer_to_Mono16(raw, dst);
+    EXPECT_TRUE(same_pixels(dst, decode<unsigned short, P>(ll_Bayer_to_Mono16_downsample_2x, raw, 1, 2)));
+    EXPECT_EQ(dst.properties.get<std::string>("MAX"), "255");
+
+    TImage<Bayer<TBGGR<unsigned short>>> const wide(8, 6);
+    RastelMono16 grey(8, 6);
+    EXPECT_EQ(Bayer_to_Mono16(wide, grey).properties.template get<std::string>("MAX"), "65535");
+
+    raw.properties.put("MAX", 65536 + 1023);
+    RastelMono16 full(24, 20), other(9, 9), none(0, 9);
+    EXPECT_EQ(Bayer_to_Mono16(raw, full).properties.template get<std::string>("MAX"), "1023");
+    EXPECT_TRUE(same_pixels(full, decode<unsigned short, P>(ll_Bayer_to_Mono16_luminance, raw, 1)));
+    EXPECT_THROW(Bayer_to_Mono16(raw, other), not_implemented);
+
+    raw.properties.put("MAX", "no number");
+    EXPECT_THROW(Bayer_to_Mono16(raw, full), boost::bad_lexical_cast);
+    EXPECT_EQ(Bayer_to_Mono16(raw, none).properties.count("MAX"), 0u);
+}
+
+TYPED_TEST(BayerFrontEnd, AMosaicToItself)
+{
+    using P = TypeParam;
+    auto const raw = random_mosaic<P>(7, 5, 3);
+    auto same = dirty_image<Bayer<P>>(7, 5);
+    auto other = dirty_image<Bayer<P>>(5, 7);
+    auto const before = other;
+    Raw<P> empty(0, 5);
+    CaptureStdout();
+    EXPECT_TRUE(same_pixels(raw >> same, raw));
+    EXPECT_EQ(&(raw >> empty), &empty);
+    EXPECT_EQ(GetCapturedStdout(), "");
+    CaptureStdout();
+    EXPECT_TRUE(same_pixels(raw >> other, before));
+    EXPECT_EQ(GetCapturedStdout(), "[EE] rastel::TImage<D>& operator>>: RastelBayer resampling is still unsupported\n"
+                                   "[WW] rastel::TImage<D>& operator>>: src == dst!\n");
+    CaptureStdout();
+    EXPECT_EQ(&(same >> same), &same);
+    EXPECT_EQ(GetCapturedStdout(), "[WW] rastel::TImage<D>& operator>>: src == dst!\n");
+}
+
+TYPED_TEST(BayerFrontEnd, EdgeSenseOnThreadsGivesWhatOneBandGives)
+{
+    using P = TypeParam;
+    for (unsigned const height : {37u, 6u}) {
+        auto const raw = random_mosaic<P>(61, height, 3);
+        auto const whole = decode<RGB, P>(Bayer_to_RGB8_edge_sense, raw, 1);
+        for (unsigned const bands : {2u, 3u, 5u, 16u}) {
+            auto dst = dirty_image<RGB>(61, height);
+            Parallelize([&](unsigned band, unsigned of) { Bayer_to_RGB8_edge_sense(dst, raw, band, of); }, bands);
+            EXPECT_TRUE(same_pixels(dst, whole)) << bands << " bands";
+        }
+    }
+}
+
+TYPED_TEST(BayerFrontEnd, ABandAloneWritesItsRowsOfTheWholeAndNothingElse)
+{
+    using P = TypeParam;
+    auto const raw = random_mosaic<P>(19, 13, 3);
+    Decoder<P> const decoders[] = {Bayer_to_RGB8_simple, Bayer_to_RGB8_nearest_neighbor, Bayer_to_RGB8_edge_sense};
+    for (auto const decoder : decoders)
+        for (unsigned const bands : {2u, 3u, 7u, 20u})
+            for (unsigned band = 0; band < bands + 2; ++band) {
+                auto expected = dirty_image<RGB>(19, 13);
+                auto dst = expected;
+                auto const whole = decode<RGB, P>(decoder, raw, 1);
+                if (band < bands)
+                    std::copy(whole.data() + 19 * (13 * band / bands & ~1u),
+                              whole.data() + 19 * (13 * (band + 1) / bands & ~1u),
+                              expected.data() + 19 * (13 * band / bands & ~1u));
+                EXPECT_TRUE(same_pixels(decoder(dst, raw, band, bands), expected)) << band << " of " << bands;
+            }
+}
+
+std::vector<unsigned char> bytes_of(Rastel const& image)
+{
+    auto const* const bytes = static_cast<unsigned char const*>(image.buffer->get());
+    return {bytes, bytes + image.buffer->Room()};
+}
+
+TYPED_TEST(BayerFrontEnd, ImagesThatDoNotFitAreLeftAlone)
+{
+    using P = TypeParam;
+    std::pair<Decoder<P>, unsigned> const decoders[] = {
+        {Bayer_to_RGB8_simple, 1},   {Bayer_to_RGB8_nearest_neighbor, 1}, {Bayer_to_RGB8_downsample_2x, 2},
+        {Bayer_to_RGB8_gradient, 1}, {Bayer_to_RGB8_edge_sense, 1},       {Bayer_to_RGB8_adaptive, 1},
+        {Bayer_to_RGB8_kimmel, 1}};
+    auto const raw = random_mosaic<P>(18, 12, 3);
+    for (auto const& [decoder, divisor] : decoders) {
+        unsigned const width = 18 / divisor;
+        unsigned const height = 12 / divisor;
+        FencedImage<RGB> fitting(width, height), narrow(width - 1, height), tall(width, height + 1);
+        FencedImage<RGB> lacking(width, height, std::size_t{width} * height * 3 - 1);
+        FencedImage<Bayer<P>> lacking_raw(18, 12, 18 * 12 - 1);
+        for (auto* const dst : {&narrow.image, &tall.image, &lacking.image}) {
+            auto const before = bytes_of(*dst);
+            decoder(*dst, raw, 0, 1);
+            EXPECT_EQ(bytes_of(*dst), before);
+        }
+        auto const before = bytes_of(fitting.image);
+        decoder(fitting.image, lacking_raw.image, 0, 1);
+        decoder(fitting.image, Raw<P>(18, 12, fitting.image.data(), 18 * 12), 0, 1);
+        EXPECT_EQ(bytes_of(fitting.image), before);
+        for (Size const size : {Size{0, 9}, Size{9, 0}, Size{1, 9}, Size{9, 1}}) {
+            FencedImage<RGB> thin(size.width, size.height);
+            FencedImage<Bayer<P>> src(size.width, size.height);
+            decoder(thin.image, src.image, 0, 1);
+        }
+    }
+    auto empty = flagged(RastelRGB8(0, 3), "no flag");
+    EXPECT_EQ(&Bayer_to_RGB8(raw, empty), &empty);
+}
+
+TYPED_TEST(BayerFrontEnd, SharedMemoryGivesTheSamePicture)
+{
+    using P = TypeParam;
+    auto const raw = random_mosaic<P>(18, 12, 3);
+    std::vector<unsigned char> memory(18 * 12 * 3);
+    std::memcpy(memory.data(), raw.data(), raw.pixels);
+    Raw<P> const src(18, 12, memory.data(), raw.pixels);
+    RastelRGB8 dst(18, 12, memory.data(), memory.size());
+    EXPECT_TRUE(same_pixels(Bayer_to_RGB8(src, dst), decode<RGB, P>(Bayer_to_RGB8_simple, raw, 1)));
+}
+
+TEST(BayerFailures, UnfinishedDecodersLogAndThrowAndTouchNothing)
+{
+    using P = TGBRG<unsigned short>;
+    auto const raw = random_mosaic<P>(8, 8, 3);
+    std::pair<Decoder<P>, std::string> const decoders[] = {{Bayer_to_RGB8_edge_sense, "edge_sense"},
+                                                           {Bayer_to_RGB8_gradient, "gradient"},
+                                                           {Bayer_to_RGB8_adaptive, "adaptive"},
+                                                           {Bayer_to_RGB8_kimmel, "kimmel"}};
+    for (auto const& [decoder, name] : decoders) {
+        auto dst = dirty_image<RGB>(8, 8);
+        std::string const text = "Bayer_to_RGB8_" + name + "<GBRG16>() : Unimplemented yet";
+        CaptureStdout();
+        try {
+            decoder(dst, raw, 1, 2);
+            ADD_FAILURE() << text;
+        } catch (std::runtime_error const& failure) {
+            EXPECT_EQ(failure.what(), text);
+        }
+        EXPECT_EQ(GetCapturedStdout(), "[EE] rastel::RastelRGB8& Bayer_to_RGB8_" + name + ": " + text + "\n");
+        EXPECT_TRUE(same_pixels(dst, dirty_image<RGB>(8, 8)));
+    }
+}
+
+/// What the flag logs first for a 16-bit mosaic.
+template <class T>
+std::string first_line(std::string const& flag)
+{
+    TImage<Bayer<T>> const raw(8, 64);
+    auto dst = flagged(RastelRGB8(8, 64), flag);
+    CaptureStdout();
+    Bayer_to_RGB8(raw, dst);
+    std::string const lines = GetCapturedStdout();
+    return lines.substr(0, lines.find('\n'));
+}
+
+TEST(BayerFailures, EndOnTheirBandsThreads)
+{
+    std::string const start = "[EE] rastel::RastelRGB8& Bayer_to_RGB8_adaptive: Bayer_to_RGB8_adaptive<";
+    std::string const flag = "BAYER_DECODING_KIMMEL";
+    EXPECT_EQ(first_line<TBGGR<unsigned short>>(flag), start + "BGGR16>() : Unimplemented yet");
+    EXPECT_EQ(first_line<TRGGB<unsigned short>>(flag), start + "RGGB16>() : Unimplemented yet");
+    EXPECT_EQ(first_line<TGBRG<unsigned short>>(flag), start + "GBRG16>() : Unimplemented yet");
+    EXPECT_EQ(first_line<TGRBG<unsigned short>>(flag), start + "GRBG16>() : Unimplemented yet");
+    EXPECT_EQ(first_line<TGRBG<unsigned short>>(""), "");
+
+    TImage<Bayer<TGRBG<unsigned char>>> raw(8, 64);
+    raw.properties.put("MAX", "bright");
+    auto dst = dirty_image<RGB>(8, 64);
+    CaptureStdout();
+    Bayer_to_RGB8(raw, dst);
+    EXPECT_EQ(GetCapturedStdout().find("[EE] Parallelize: bad lexical cast"), 0u);
+    EXPECT_TRUE(same_pixels(dst, dirty_image<RGB>(8, 64)));
+}
+
+} // namespace
