@@ -20,6 +20,7 @@
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 
 namespace rastel
 {
@@ -99,31 +100,41 @@ void Resample(Rastel const& src, Rastel& dst, RastelFlag const& method);
 /// True, with a line on standard output, if more than half of the pixels are all zero bytes.
 bool IsEmpty(Rastel const& image);
 
-// The same operations on known pixel types, for the fourteen types that are registered.
+namespace impl
+{
 
+/// Leaves the typed operations to the fourteen pixel types that are registered; other images go through the table and
+/// fail there.
 template <class T>
+using with_operations = std::enable_if_t<!std::is_same_v<T, TBGRA<unsigned char>>>;
+
+} // namespace impl
+
+// The same operations on known pixel types.
+
+template <class T, class = impl::with_operations<T>>
 void Fill(TImage<T>& image, T pixel);
-template <class T>
+template <class T, class = impl::with_operations<T>>
 void Copy(TImage<T> const& src, TImage<T>& dst);
-template <class T>
+template <class T, class = impl::with_operations<T>>
 void Copy(void const* src, TImage<T>& dst);
-template <class T>
+template <class T, class = impl::with_operations<T>>
 void Copy(TImage<T> const& src, void* dst);
-template <class T>
+template <class T, class = impl::with_operations<T>>
 void DeInterlace_OddField(TImage<T> const& src, TImage<T>& dst);
-template <class T>
+template <class T, class = impl::with_operations<T>>
 void Rotate(TImage<T> const& src, TImage<T>& dst, double angle, ANGLE_UNITS units);
-template <class T>
+template <class T, class = impl::with_operations<T>>
 void RotateC(TImage<T> const& src, TImage<T>& dst, double angle, double x, double y, ANGLE_UNITS units);
-template <class T>
+template <class T, class = impl::with_operations<T>>
 void Resize(TImage<T>& image, unsigned int width, unsigned int height);
-template <class T>
+template <class T, class = impl::with_operations<T>>
 void LinComb(TImage<T> const& src, double factor, TImage<T>& dst);
-template <class T>
+template <class T, class = impl::with_operations<T>>
 void Crop(TImage<T> const& src, TImage<T>& dst, PosType x0, PosType y0, PosType x1, PosType y1, bool keep_geometry);
-template <class T>
+template <class T, class = impl::with_operations<T>>
 void Resample(TImage<T> const& src, TImage<T>& dst, RastelFlag const& method);
-template <class T>
+template <class T, class = impl::with_operations<T>>
 bool IsEmpty(TImage<T> const& image);
 
 namespace functors

@@ -33,7 +33,7 @@ struct TypedOperations {
         operation(view);
     }
 
-    static void fill(Rastel& image, int pixel) { Fill(typed(image), pixel_in<T>(pixel)); }
+    static void fill(Rastel& image, int pixel) { Fill(typed(image), detail::pixel_in<T>(pixel)); }
     static void copy(Rastel const& src, Rastel& dst) { Copy(typed(src), typed(dst)); }
     static void copy_from_buffer(void const* src, Rastel& dst) { Copy(src, typed(dst)); }
     static void copy_to_buffer(Rastel const& src, void* dst) { Copy(typed(src), dst); }

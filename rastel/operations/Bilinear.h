@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-namespace rastel::impl
+namespace rastel::detail
 {
 
 /// The positions of an axis behind which another source pixel follows. What lies behind the last of them repeats
@@ -37,6 +37,8 @@ struct BilinearAxis {
         }
         if (count != 0)
             edge = std::size_t{pixel.back()} + 1;
+        between = std::any_of(next.begin(), next.end(), [](float weight) { return weight != 0.0F; });
+        spacing = even_spacing(pixel);
     }
 
     std::size_t count() const { return pixel.size(); }
@@ -45,6 +47,8 @@ struct BilinearAxis {
     std::vector<float> here; ///< the weight of that pixel
     std::vector<float> next; ///< the weight of the one behind it
     std::size_t edge = 0;
+    bool between = false;      ///< whether any position lies between two pixels
+    std::uint32_t spacing = 0; ///< see even_spacing()
 };
 
 /// Pairs of neighbours, times their weights.
@@ -125,12 +129,17 @@ inline void resample_bilinear(TImage<unsigned char> const& src, TImage<unsigned 
         unsigned char* const out = dst.data() + row * width;
         std::size_t const top = std::size_t{y.pixel[row]} * src.width;
         std::size_t const bottom = top + src.width;
-        if (lower.holds(top))
-            std::swap(upper, lower);
-        upper.read(src, top);
-        lower.read(src, bottom);
-        mix_rows(out, upper.here.data(), upper.next.data(), lower.here.data(), lower.next.data(), y.here[row],
-                 y.next[row], std::min(lower.count, room));
+        std::size_t const count = std::min(room, columns_in_room(src, bottom, x.pixel, x.count(), 1));
+        if (count != 0 && !x.between && y.next[row] == 0.0F) {
+            gather_row(out, src.data() + top, x.pixel, count, x.spacing);
+        } else {
+            if (lower.holds(top))
+                std::swap(upper, lower);
+            upper.read(src, top);
+            lower.read(src, bottom);
+            mix_rows(out, upper.here.data(), upper.next.data(), lower.here.data(), lower.next.data(), y.here[row],
+                     y.next[row], count);
+        }
         if (room > x.count() && bottom + x.edge < src.room()) {
             auto const above = static_cast<float>(src.data()[top + x.edge]);
             auto const below = static_cast<float>(src.data()[bottom + x.edge]);
@@ -159,4 +168,4 @@ inline void resample_bilinear(TImage<unsigned char> const& src, TImage<unsigned 
     }
 }
 
-} // namespace rastel::impl
+} // namespace rastel::detail

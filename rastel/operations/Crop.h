@@ -13,7 +13,7 @@
 
 namespace rastel
 {
-namespace impl
+namespace detail
 {
 
 constexpr char const* crop_signature =
@@ -48,24 +48,24 @@ struct CropAxis {
     PosType first, last, clipped_first, clipped_last;
 };
 
-} // namespace impl
+} // namespace detail
 
-template <class T>
+template <class T, class>
 void Crop(TImage<T> const& src, TImage<T>& dst, PosType x0, PosType y0, PosType x1, PosType y1, bool keep_geometry)
 {
-    impl::CropAxis const x(x0, x1, src.width);
-    impl::CropAxis const y(y0, y1, src.height);
+    detail::CropAxis const x(x0, x1, src.width);
+    detail::CropAxis const y(y0, y1, src.height);
     PosType const width = x.length(keep_geometry);
     PosType const height = y.length(keep_geometry);
     if (dst.width != static_cast<std::uint32_t>(width) || dst.height != static_cast<std::uint32_t>(height)) {
-        std::string const location = oq::__Location_Class(impl::crop_signature);
+        std::string const location = oq::__Location_Class(detail::crop_signature);
         oq::log_error(location, "Input " + std::to_string(dst.width) + "x" + std::to_string(dst.height));
         oq::log_error(location, "Output " + std::to_string(width) + "x" + std::to_string(height));
         throw std::runtime_error("Crop: bad destination size");
     }
 
     // Black goes where no row of the source will, so that each pixel is written once.
-    std::size_t const pixels = impl::pixels_in_room(dst);
+    std::size_t const pixels = detail::pixels_in_room(dst);
     std::size_t done = 0;
     auto const clear_to = [&](std::size_t end) {
         if (done < std::min(end, pixels))
@@ -86,8 +86,8 @@ void Crop(TImage<T> const& src, TImage<T>& dst, PosType x0, PosType y0, PosType 
             continue;
         auto const begin = static_cast<std::size_t>(to + skipped);
         clear_to(begin);
-        std::size_t const copied = impl::copy_run(dst, begin, src, static_cast<std::size_t>(from + skipped),
-                                                  static_cast<std::size_t>(count - skipped));
+        std::size_t const copied = detail::copy_run(dst, begin, src, static_cast<std::size_t>(from + skipped),
+                                                    static_cast<std::size_t>(count - skipped));
         done = std::max(done, begin + copied);
         if (copied == 0)
             break;

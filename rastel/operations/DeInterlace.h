@@ -8,7 +8,7 @@
 namespace rastel
 {
 
-template <class T>
+template <class T, class>
 void DeInterlace_OddField(TImage<T> const& src, TImage<T>& dst)
 {
     if (dst.width != src.width || dst.height != src.height >> 1)
@@ -17,7 +17,7 @@ void DeInterlace_OddField(TImage<T> const& src, TImage<T>& dst)
     std::size_t const width = src.width;
     std::size_t const rows = (std::size_t{src.height} + 1) / 2;
     for (std::size_t row = 0; row < rows; ++row)
-        if (impl::copy_run(dst, row * width, src, 2 * row * width, width) == 0)
+        if (detail::copy_run(dst, row * width, src, 2 * row * width, width) == 0)
             return; // rows without pixels, or the end of the room
 }
 

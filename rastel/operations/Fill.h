@@ -8,7 +8,7 @@
 
 namespace rastel
 {
-namespace impl
+namespace detail
 {
 
 /// The pixel in the low bytes of a number, lowest byte first in memory; a wider sample is the number's low bits.
@@ -41,13 +41,13 @@ void fill_run(T* out, std::size_t count, T pixel)
                     std::min(stretch, count - i) * sizeof pixel);
 }
 
-} // namespace impl
+} // namespace detail
 
-template <class T>
+template <class T, class>
 void Fill(TImage<T>& image, T pixel)
 {
-    if (std::size_t const count = impl::pixels_in_room(image))
-        impl::fill_run(image.data(), count, pixel);
+    if (std::size_t const count = detail::pixels_in_room(image))
+        detail::fill_run(image.data(), count, pixel);
 }
 
 } // namespace rastel

@@ -10,7 +10,7 @@
 
 namespace rastel
 {
-namespace impl
+namespace detail
 {
 
 using Bins = std::vector<unsigned int>;
@@ -58,30 +58,30 @@ void count_values(unsigned int* counts, unsigned short const* in, std::size_t pi
         ++counts[i % samples_a_pixel * 65536 + in[i]];
 }
 
-} // namespace impl
+} // namespace detail
 
-template <class T>
+template <class T, class>
 std::vector<std::vector<unsigned int>> Histogram(TImage<T> const& image, double bin_width, unsigned int /*third*/)
 {
-    using S = impl::Sample<T>;
+    using S = detail::Sample<T>;
     using Value = std::make_unsigned_t<S>;
     constexpr std::size_t values = std::size_t{1} << (8 * sizeof(S));
-    constexpr bool mosaic = !std::is_integral_v<T> && impl::channels<T> == 1;
-    constexpr bool counted = std::is_integral_v<T> || impl::channels<T> == 3;
+    constexpr bool mosaic = !std::is_integral_v<T> && detail::channels<T> == 1;
+    constexpr bool counted = std::is_integral_v<T> || detail::channels<T> == 3;
 
-    std::vector<impl::Bins> tables;
-    for (std::size_t i = 0; i < (mosaic ? 4 : impl::channels<T>); ++i)
-        tables.push_back(impl::empty_bins(static_cast<double>(values), bin_width));
+    std::vector<detail::Bins> tables;
+    for (std::size_t i = 0; i < (mosaic ? 4 : detail::channels<T>); ++i)
+        tables.push_back(detail::empty_bins(static_cast<double>(values), bin_width));
     if constexpr (counted) {
         // Values first, bins after: few values, one division each.
         auto const product = static_cast<std::uint64_t>(image.pixels * image.planes);
-        std::vector<unsigned int> counts(impl::channels<T> * values);
-        impl::count_values<impl::channels<T>>(counts.data(),
-                                              reinterpret_cast<Value const*>(impl::samples(image.data())),
-                                              impl::in_room(image, 0, product));
+        std::vector<unsigned int> counts(detail::channels<T> * values);
+        detail::count_values<detail::channels<T>>(counts.data(),
+                                                  reinterpret_cast<Value const*>(detail::samples(image.data())),
+                                                  detail::in_room(image, 0, product));
         for (std::size_t i = 0; i < counts.size(); ++i)
             if (counts[i] != 0)
-                impl::add_to_bin(tables[i / values], static_cast<S>(i % values), bin_width, counts[i]);
+                detail::add_to_bin(tables[i / values], static_cast<S>(i % values), bin_width, counts[i]);
     }
     return tables;
 }

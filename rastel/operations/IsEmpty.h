@@ -7,7 +7,7 @@
 
 namespace rastel
 {
-namespace impl
+namespace detail
 {
 
 /// Pixels whose bytes are all zero.
@@ -24,19 +24,19 @@ RASTEL_CLONES std::uint32_t count_black(S const* in, std::uint32_t pixels)
     return black;
 }
 
-} // namespace impl
+} // namespace detail
 
-template <class T>
+template <class T, class>
 bool IsEmpty(TImage<T> const& image)
 {
     if (image.pixels == 0)
         return false;
     constexpr std::size_t run = std::size_t{1} << 20; // a 32-bit count per run
-    std::size_t const pixels = impl::pixels_in_room(image);
+    std::size_t const pixels = detail::pixels_in_room(image);
     std::uint64_t black = 0;
     for (std::size_t i = 0; i < pixels; i += run)
-        black += impl::count_black<impl::Sample<T>, impl::channels<T>>(
-            impl::samples(image.data() + i), static_cast<std::uint32_t>(std::min(run, pixels - i)));
+        black += detail::count_black<detail::Sample<T>, detail::channels<T>>(
+            detail::samples(image.data() + i), static_cast<std::uint32_t>(std::min(run, pixels - i)));
     if (black <= image.pixels >> 1)
         return false;
     oq::print_line("Empty Image detected");

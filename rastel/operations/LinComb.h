@@ -11,7 +11,7 @@
 
 namespace rastel
 {
-namespace impl
+namespace detail
 {
 
 /// Truncates values that are known to fit 32 bits, as they do for every sample where `factor_fits`.
@@ -99,7 +99,7 @@ struct NumberLinComb_self {
     void operator()(T* dst, T const* src, std::size_t count) const { combine<SumTruncated>(dst, src, count, factor); }
 };
 
-} // namespace impl
+} // namespace detail
 
 template <class T>
 functors::LinComb_self<T>::LinComb_self(double factor) : factor_(factor)
@@ -115,7 +115,8 @@ void functors::LinComb_self<T>::operator()(T& dst, T const& src) const
 template <class T>
 void functors::LinComb_self<T>::operator()(T* dst, T const* src, std::size_t count) const
 {
-    impl::combine<impl::ProductTruncated>(impl::samples(dst), impl::samples(src), count * impl::channels<T>, factor_);
+    detail::combine<detail::ProductTruncated>(detail::samples(dst), detail::samples(src), count * detail::channels<T>,
+                                              factor_);
 }
 
 template <class Input, class Second, class Output, class Functor>
@@ -126,15 +127,15 @@ Functor algorithms::transform_self(Input const& input, Second const& second, Out
     };
     if (!same_size(input) || !same_size(second))
         throw std::runtime_error("Cannot apply a pixel by pixel operator to images with different sizes");
-    functor(output.data(), input.data(), std::min(impl::pixels_in_room(output), impl::pixels_in_room(input)));
+    functor(output.data(), input.data(), std::min(detail::pixels_in_room(output), detail::pixels_in_room(input)));
     return functor;
 }
 
-template <class T>
+template <class T, class>
 void LinComb(TImage<T> const& src, double factor, TImage<T>& dst)
 {
     if constexpr (std::is_integral_v<T>)
-        algorithms::transform_self(src, dst, dst, impl::NumberLinComb_self<T>{factor});
+        algorithms::transform_self(src, dst, dst, detail::NumberLinComb_self<T>{factor});
     else
         algorithms::transform_self(src, dst, dst, functors::LinComb_self<T>(factor));
 }

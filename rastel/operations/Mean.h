@@ -10,7 +10,7 @@
 
 namespace rastel
 {
-namespace impl
+namespace detail
 {
 
 /// Adds each channel's samples to its sum, modulo 2^32.
@@ -68,36 +68,36 @@ double mean_of(std::uint32_t sum, std::uint64_t count)
                       : static_cast<double>(static_cast<std::uint64_t>(std::int64_t{static_cast<Signed>(sum)}) / count);
 }
 
-} // namespace impl
+} // namespace detail
 
-template <class T>
+template <class T, class>
 std::vector<double> Mean(TImage<T> const& image, unsigned int first, unsigned int step, unsigned int /*third*/,
                          unsigned int fourth, unsigned int /*fifth*/)
 {
-    using S = impl::Sample<T>;
+    using S = detail::Sample<T>;
     if (step == 0)
         throw std::invalid_argument("rastel::Mean: a step of 0 never ends");
 
     // The walk goes on behind the image, as long as all that a sample reads is in the room.
-    auto const offsets = impl::MeanCell<T>::offsets(image.width);
+    auto const offsets = detail::MeanCell<T>::offsets(image.width);
     std::uint64_t const start = std::uint64_t{first} + fourth;
     std::uint64_t const reach = start + offsets.back();
-    std::uint64_t const run = impl::in_room(image, reach, image.pixels);
+    std::uint64_t const run = detail::in_room(image, reach, image.pixels);
     std::uint64_t const count = run / step + (run % step != 0 ? 1 : 0);
 
-    std::array<std::uint32_t, offsets.size() * impl::channels<T>> sums{};
+    std::array<std::uint32_t, offsets.size() * detail::channels<T>> sums{};
     if (count != 0)
         for (std::size_t i = 0; i < offsets.size(); ++i) {
-            S const* const in = impl::samples(image.data() + start + offsets[i]);
+            S const* const in = detail::samples(image.data() + start + offsets[i]);
             if (step == 1)
-                impl::sum_run<S, impl::channels<T>>(&sums[i * impl::channels<T>], in, count);
+                detail::sum_run<S, detail::channels<T>>(&sums[i * detail::channels<T>], in, count);
             else
-                impl::sum_strided<S, impl::channels<T>>(&sums[i * impl::channels<T>], in, count, step);
+                detail::sum_strided<S, detail::channels<T>>(&sums[i * detail::channels<T>], in, count, step);
         }
 
     std::vector<double> means;
     for (std::uint32_t const sum : sums)
-        means.push_back(impl::mean_of<S>(sum, count));
+        means.push_back(detail::mean_of<S>(sum, count));
     return means;
 }
 

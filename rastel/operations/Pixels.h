@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <cstring>
 
-namespace rastel::impl
+namespace rastel::detail
 {
 
 template <class T>
@@ -76,4 +76,4 @@ std::size_t copy_run(TImage<T>& dst, std::size_t to, TImage<T> const& src, std::
     return length;
 }
 
-} // namespace rastel::impl
+} // namespace rastel::detail

@@ -15,18 +15,11 @@
 
 namespace rastel
 {
-namespace impl
+namespace detail
 {
 
 constexpr char const* resample_signature =
     "void rastel::Resample(const rastel::TImage<T>&, rastel::TImage<T>&, const rastel::RastelFlag&)";
-
-template <class T>
-void gather_row(T* __restrict out, T const* __restrict row, std::uint32_t const* columns, std::size_t count)
-{
-    for (std::size_t i = 0; i < count; ++i)
-        out[i] = row[columns[i]];
-}
 
 /// Each pixel of dst is the pixel of src that its position, plus `offset`, falls in. Positions aren't limited to src: a
 /// row's end goes on in the next row, as far as src has room.
@@ -40,6 +33,7 @@ void resample_nearest(TImage<T> const& src, TImage<T>& dst, float offset)
         column = x.pixel(offset);
         x.advance();
     }
+    std::uint32_t const spacing = even_spacing(columns);
 
     Position y{sampling_step(src.height, dst.height)};
     std::size_t above = 0; // source row and length of the row just written
@@ -53,7 +47,7 @@ void resample_nearest(TImage<T> const& src, TImage<T>& dst, float offset)
         if (source_row == above && count == above_count)
             std::memcpy(static_cast<void*>(out), static_cast<void const*>(out - pitch), count * sizeof(T));
         else
-            gather_row(out, src.data() + source_row, columns.data(), count);
+            gather_row(out, src.data() + source_row, columns, count, spacing);
         above = source_row;
         above_count = count;
     }
@@ -148,16 +142,16 @@ void resample(TImage<T> const&, TImage<T>&, RastelFlag const&)
     throw "rastel::Resample: unsupported image format"; // a plain char const*, which callers catch as such
 }
 
-} // namespace impl
+} // namespace detail
 
-template <class T>
+template <class T, class>
 void Resample(TImage<T> const& src, TImage<T>& dst, RastelFlag const& method)
 {
     constexpr bool copies_equal_sizes = std::is_same_v<T, unsigned char> || std::is_same_v<T, TRGB<unsigned char>>;
     if (copies_equal_sizes && dst.width == src.width && dst.height == src.height)
         dst = src;
     else
-        impl::resample(src, dst, method);
+        detail::resample(src, dst, method);
 }
 
 } // namespace rastel

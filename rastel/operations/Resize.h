@@ -5,7 +5,7 @@
 namespace rastel
 {
 
-template <class T>
+template <class T, class>
 void Resize(TImage<T>& image, unsigned int width, unsigned int height)
 {
     if (image.width == width && image.height == height)

@@ -10,7 +10,7 @@
 
 namespace rastel
 {
-namespace impl
+namespace detail
 {
 
 enum class Turn { none, counter_clockwise, half, clockwise };
@@ -96,28 +96,28 @@ void half_turn(TImage<T> const& src, TImage<T>& dst)
         reverse_run(dst.data() + (last - end + 1), src.data() + begin, end - begin);
 }
 
-} // namespace impl
+} // namespace detail
 
-template <class T>
+template <class T, class>
 void Rotate(TImage<T> const& src, TImage<T>& dst, double angle, ANGLE_UNITS units)
 {
     constexpr double degrees_per_radian = 57.29577951308232;
-    switch (impl::turn_of(units == ANGLE_RADIANS ? angle * degrees_per_radian : angle)) {
-    case impl::Turn::counter_clockwise:
-        impl::quarter_turn(src, dst, false);
+    switch (detail::turn_of(units == ANGLE_RADIANS ? angle * degrees_per_radian : angle)) {
+    case detail::Turn::counter_clockwise:
+        detail::quarter_turn(src, dst, false);
         break;
-    case impl::Turn::half:
-        impl::half_turn(src, dst);
+    case detail::Turn::half:
+        detail::half_turn(src, dst);
         break;
-    case impl::Turn::clockwise:
-        impl::quarter_turn(src, dst, true);
+    case detail::Turn::clockwise:
+        detail::quarter_turn(src, dst, true);
         break;
-    case impl::Turn::none:
+    case detail::Turn::none:
         break;
     }
 }
 
-template <class T>
+template <class T, class>
 void RotateC(TImage<T> const& /*src*/, TImage<T>& /*dst*/, double /*angle*/, double /*x*/, double /*y*/,
              ANGLE_UNITS /*units*/)
 {

@@ -8,6 +8,7 @@
 #include <rastel/oq/Singleton.h>
 
 #include <map>
+#include <type_traits>
 #include <vector>
 
 namespace rastel
@@ -28,10 +29,24 @@ std::vector<double> Mean(Rastel const& image, unsigned int first, unsigned int s
 /// std::length_error for a width that gives too many bins, unregistered_call as Mean does.
 std::vector<std::vector<unsigned int>> Histogram(Rastel const& image, double bin_width, unsigned int third);
 
+namespace impl
+{
+
+/// Leaves the typed measurements to the pixel types that are registered; other images go through the table and fail
+/// there.
 template <class T>
+inline constexpr bool has_statistics = !std::is_same_v<T, short> && !std::is_same_v<T, TBGRA<unsigned char>>;
+template <template <class> class Pattern>
+inline constexpr bool has_statistics<Bayer<Pattern<unsigned short>>> = false;
+template <class T>
+using with_statistics = std::enable_if_t<has_statistics<T>>;
+
+} // namespace impl
+
+template <class T, class = impl::with_statistics<T>>
 std::vector<double> Mean(TImage<T> const& image, unsigned int first, unsigned int step, unsigned int third,
                          unsigned int fourth, unsigned int fifth);
-template <class T>
+template <class T, class = impl::with_statistics<T>>
 std::vector<std::vector<unsigned int>> Histogram(TImage<T> const& image, double bin_width, unsigned int third);
 
 namespace impl

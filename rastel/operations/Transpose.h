@@ -12,7 +12,7 @@
 #include <cstring>
 #include <type_traits>
 
-namespace rastel::impl
+namespace rastel::detail
 {
 
 /// dst[column * dst_pitch + row] = src[row * src_pitch + column]
@@ -172,4 +172,4 @@ void reverse_run(T* dst, T const* src, std::size_t count)
     }
 }
 
-} // namespace rastel::impl
+} // namespace rastel::detail

@@ -74,6 +74,9 @@ TEST(EntryPoints, FailOnAnUnregisteredType)
     unknown("Crop", [&] { Crop(foreign, grey, 0, 0, 1, 1, false); });
     unknown("Resample", [&] { Resample(foreign, grey, NEAREST); });
     unknown("IsEmpty", [&] { IsEmpty(foreign); });
+    TImage<TBGRA<Mono8>> conversion_target(2, 2);
+    EXPECT_THROW(Rotate(conversion_target, conversion_target, 90, ANGLE_DEGREES), unregistered_call);
+    EXPECT_THROW(Resize(conversion_target, 1, 1), std::runtime_error);
     EXPECT_EQ(not_implemented("x").what(), std::string("Not Implemented: x"));
 }
 

@@ -147,7 +147,7 @@ TEST(Statistics, WorkedExamples)
 
 TEST(Statistics, FailOnUnregisteredTypes)
 {
-    auto const expect_unregistered = [](Rastel const& image) {
+    auto const expect_unregistered = [](auto const& image) {
         std::string const suffix = std::string(" not registered for ") + typeid(image).name();
         try {
             Mean(image, 0, 0, 0, 0, 0);
