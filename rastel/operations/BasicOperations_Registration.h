@@ -105,6 +105,7 @@ bool operations_registered();
 } // namespace rastel::impl
 
 /// The typed operations of one pixel type, inside namespace rastel. (No template can instantiate others.)
+// NOLINTBEGIN(bugprone-macro-parentheses)
 #define RASTEL_INSTANTIATE_OPERATIONS(Pixel)                                                                           \
     template void Fill(TImage<Pixel>&, Pixel);                                                                         \
     template void Copy(TImage<Pixel> const&, TImage<Pixel>&);                                                          \
@@ -122,3 +123,4 @@ bool operations_registered();
     template void DeInterlace_OddField(TImage<Pixel> const&, TImage<Pixel>&);                                          \
     template bool IsEmpty(TImage<Pixel> const&);                                                                       \
     template bool impl::BasicOps_FnMtx::Register<TImage<Pixel>>()
+// NOLINTEND(bugprone-macro-parentheses)

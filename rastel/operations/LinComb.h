@@ -50,7 +50,8 @@ struct ProductTruncated {
     template <class Conversion, class S, class Real>
     static S combine(S dst, S src, Real factor)
     {
-        return static_cast<S>(dst + Conversion::whole(static_cast<Real>(src) * factor));
+        auto const product = Conversion::whole(static_cast<Real>(src) * factor);
+        return static_cast<S>(static_cast<decltype(product)>(dst) + product);
     }
 };
 

@@ -4,6 +4,7 @@
 #include <rastel/operations/Statistics.h>
 #include <rastel/oq/Numeric.h>
 
+#include <algorithm>
 #include <array>
 #include <stdexcept>
 #include <type_traits>
@@ -64,8 +65,9 @@ template <class S>
 double mean_of(std::uint32_t sum, std::uint64_t count)
 {
     using Signed = std::conditional_t<std::is_signed_v<S>, std::int32_t, std::uint32_t>;
-    return count == 0 ? 0.0
-                      : static_cast<double>(static_cast<std::uint64_t>(std::int64_t{static_cast<Signed>(sum)}) / count);
+    auto const dividend = static_cast<std::uint64_t>(std::int64_t{static_cast<Signed>(sum)});
+    std::uint64_t const whole = count == 0 ? 0 : dividend / count;
+    return static_cast<double>(whole);
 }
 
 } // namespace detail
@@ -95,9 +97,9 @@ std::vector<double> Mean(TImage<T> const& image, unsigned int first, unsigned in
                 detail::sum_strided<S, detail::channels<T>>(&sums[i * detail::channels<T>], in, count, step);
         }
 
-    std::vector<double> means;
-    for (std::uint32_t const sum : sums)
-        means.push_back(detail::mean_of<S>(sum, count));
+    std::vector<double> means(sums.size());
+    std::transform(sums.begin(), sums.end(), means.begin(),
+                   [count](std::uint32_t sum) { return detail::mean_of<S>(sum, count); });
     return means;
 }
 

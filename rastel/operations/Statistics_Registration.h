@@ -51,8 +51,10 @@ bool statistics_registered();
 } // namespace rastel::impl
 
 /// The typed measurements of one pixel type, inside namespace rastel.
+// NOLINTBEGIN(bugprone-macro-parentheses)
 #define RASTEL_INSTANTIATE_STATISTICS(Pixel)                                                                           \
     template std::vector<double> Mean(TImage<Pixel> const&, unsigned int, unsigned int, unsigned int, unsigned int,    \
                                       unsigned int);                                                                   \
     template std::vector<std::vector<unsigned int>> Histogram(TImage<Pixel> const&, double, unsigned int);             \
     template bool impl::Statistics_FnMtx::Register<TImage<Pixel>>()
+// NOLINTEND(bugprone-macro-parentheses)
