@@ -1,14 +1,15 @@
 // The front ends, and the division of a call among threads.
 
-#include <rastel/distance/ColumnStripeImpl.h>
 #include <rastel/distance/DistanceTransform.h>
+#include <rastel/distance/PhasesImpl.h>
 
 #include <algorithm>
+#include <atomic>
 #include <boost/thread/thread.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <exception>
-#include <utility>
+#include <type_traits>
 #include <vector>
 
 namespace
@@ -19,10 +20,6 @@ namespace
 class Parts
 {
 public:
-    struct Part {
-        unsigned start, count;
-    };
-
     /// @param lines   what is divided
     /// @param pitch   elements from one line to the next
     Parts(unsigned lines, unsigned pitch, int n)
@@ -32,65 +29,56 @@ public:
     {
     }
 
-    /// Calls work(offset of the first element, count of lines) for each part on a thread of its own, in order, and
-    /// waits for all. The exception of the lowest part that has one travels on to the caller then, or that of a thread
-    /// that can't be started.
+    bool overlap() const { return overlap_; }
+
+    /// Calls work(offset of the first element, count of lines) for each part on a thread of its own, started in order,
+    /// and waits for all. Then the first exception of them travels on to the caller, or that of a thread that couldn't
+    /// be started.
     template <class Work>
     void run(Work const& work) const
     {
         // The caller's interruption must not end a wait while threads are at work on the caller's buffers.
         boost::this_thread::disable_interruption const uninterrupted;
-        auto const n = static_cast<std::size_t>(n_);
-        std::vector<std::exception_ptr> failures(n);
-        Threads threads(n);
+        std::atomic<bool> failed{false};
+        std::exception_ptr failure;
+        // With its room reserved, nothing can fail between the start of a thread and its place in the list.
+        std::vector<boost::thread> threads;
+        threads.reserve(static_cast<std::size_t>(n_));
+        auto const join_all = [&threads] {
+            for (boost::thread& thread : threads)
+                if (thread.joinable())
+                    thread.join();
+        };
+
         unsigned sum = 0;
         unsigned start = 0;
-        for (std::size_t i = 0; i < n; ++i) {
-            sum += lines_;
-            unsigned const end = sum / static_cast<unsigned>(n_);
-            unsigned const count = std::max(start, end) - start;
-            threads.start([&work, &failure = failures[i], offset = start * pitch_, count] {
-                try {
-                    work(offset, count);
-                } catch (...) {
-                    failure = std::current_exception();
-                }
-            });
-            if (overlap_)
-                threads.join();
-            start = end;
+        try {
+            for (int i = 0; i < n_; ++i) {
+                sum += lines_;
+                unsigned const end = sum / static_cast<unsigned>(n_);
+                unsigned const count = std::max(start, end) - start;
+                threads.emplace_back([&work, &failed, &failure, offset = start * pitch_, count] {
+                    try {
+                        work(offset, count);
+                    } catch (...) {
+                        if (!failed.exchange(true))
+                            failure = std::current_exception();
+                    }
+                });
+                if (overlap_)
+                    threads.back().join();
+                start = end;
+            }
+        } catch (...) {
+            join_all();
+            throw;
         }
-        threads.join();
-        for (std::exception_ptr const& failure : failures)
-            if (failure)
-                std::rethrow_exception(failure);
+        join_all();
+        if (failure)
+            std::rethrow_exception(failure);
     }
 
 private:
-    /// Nothing can fail between the start of a thread and its place in the list, and every thread is joined.
-    class Threads
-    {
-    public:
-        explicit Threads(std::size_t n) { threads_.reserve(n); }
-        Threads(Threads const&) = delete;
-        Threads& operator=(Threads const&) = delete;
-        ~Threads() { join(); }
-        template <class Work>
-        void start(Work&& work)
-        {
-            threads_.emplace_back(std::forward<Work>(work));
-        }
-        void join()
-        {
-            for (boost::thread& thread : threads_)
-                if (thread.joinable())
-                    thread.join();
-        }
-
-    private:
-        std::vector<boost::thread> threads_;
-    };
-
     unsigned lines_, pitch_;
     int n_;
     bool overlap_;
@@ -105,6 +93,33 @@ void column_phase(S const* src, D* dst, int width, int height, int threads)
         Metric::template vdt<S, D>(src, dst, width, height, width);
     else
         detail::vdt_mcore<Metric, S, D>(src, dst, extent(width), extent(height), threads);
+}
+
+/// Whether the stripes of the column phase, which are as wide as each other or a column wider, have one ceiling.
+bool one_ceiling(unsigned width, unsigned height, int threads)
+{
+    auto const n = static_cast<unsigned>(std::max(threads, 1));
+    unsigned const narrowest = width / n;
+    unsigned const widest = narrowest + (width % n != 0 ? 1 : 0);
+    return !Parts(width, 1, threads).overlap() && std::max(narrowest, height) == std::max(widest, height);
+}
+
+template <class Metric, class D>
+void row_phase(D* dst, unsigned width, unsigned height, int threads)
+{
+    if constexpr (std::is_same_v<Metric, ChessBoard>) {
+        Parts const bands(height, width, threads);
+        if (one_ceiling(width, height, threads) && !bands.overlap()) {
+            if (threads < 2)
+                return detail::chessboard_rows(dst, width, height);
+            return bands.run(
+                [=](unsigned offset, unsigned rows) { detail::chessboard_rows(dst + offset, width, rows); });
+        }
+    }
+    if (threads < 2)
+        detail::meijster_2_pass<D, Metric>(dst, width, height, Metric());
+    else
+        detail::meijster_mcore<Metric, D>(dst, width, height, threads);
 }
 
 } // namespace
@@ -135,10 +150,7 @@ template <class Metric, class S, class D>
 void DistanceTransform(S const* src, D* dst, int width, int height, int threads)
 {
     column_phase<Metric>(src, dst, width, height, threads);
-    if (threads < 2)
-        detail::meijster_2_pass<D, Metric>(dst, extent(width), extent(height), Metric());
-    else
-        detail::meijster_mcore<Metric, D>(dst, extent(width), extent(height), threads);
+    row_phase<Metric>(dst, extent(width), extent(height), threads);
 }
 
 template <class Metric, class S, class D>
@@ -158,6 +170,7 @@ void HorizontalDistanceTransform(S const* src, D* dst, int width, int height, in
         });
 }
 
+// NOLINTBEGIN(bugprone-macro-parentheses): the arguments are types.
 #define RASTEL_FRONT_ENDS(Metric, S, D)                                                                                \
     template void DistanceTransform<Metric, S, D>(S const*, D*, int, int, int);                                        \
     template void VerticalDistanceTransform<Metric, S, D>(S const*, D*, int, int, int);                                \
@@ -174,3 +187,4 @@ void HorizontalDistanceTransform(S const* src, D* dst, int width, int height, in
 RASTEL_METRIC(Euclidean)
 RASTEL_METRIC(Manhattan)
 RASTEL_METRIC(ChessBoard)
+// NOLINTEND(bugprone-macro-parentheses)

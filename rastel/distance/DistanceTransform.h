@@ -24,13 +24,13 @@
 //              leaves, sometimes a small number; a larger result stays at it. Never 0.
 //   ceiling    the larger of width and height, at most the greatest D. Results stop there.
 // With threads, the columns (or for the horizontal transform the rows) are cut into one stripe each, and a stripe has
-// limits of its own: results near the limits can depend on the number of threads, and on nothing else.
+// limits of its own: results near the limits depend on the number of threads.
 //
 // Room. The Euclidean column scan works on pairs of columns. On an odd width the last pair has the column at index
 // `width` as its second: in a packed raster that is column 0 one row further down. It is scanned again from there, so
 // that column 0 isn't exact (even widths are), and the ONE ELEMENT AFTER THE LAST ROW IS READ AND MAY BE WRITTEN. The
 // destination of an odd-width Euclidean plane or vertical transform needs room for width * height + 1 elements; what
-// the last one holds is the caller's business. Where several stripes run at once none does this.
+// the last one holds is the caller's business. A stripe does this only if it is the whole image (width 1).
 // The two vertical and plane transforms with Manhattan and ChessBoard store the first row of the destination even at
 // height 0; the horizontal ones store one element at width 0.
 //
@@ -121,8 +121,9 @@ void vdt_mcore(S const* src, D* dst, unsigned int width, unsigned int height, in
 ///     Euclidean   (x - i)^2 + row[i]
 ///     Manhattan   |x - i| + row[i]
 ///     ChessBoard  the larger of |x - i| and row[i]
-/// for any content. Exact up to a width of 46341; wider Euclidean rows wrap in 32 bits, and Manhattan rows above 65537
-/// lose columns that no nearer one outbids. Width below 2^31. Throws std::bad_alloc before the buffer is touched.
+/// for any content. Euclidean terms wrap in 32 bits where a row is wider than 46341; in Manhattan rows wider than
+/// 65537, columns from 65537 on can get a value that isn't the least. Width below 2^31. Throws std::bad_alloc before
+/// the buffer is touched.
 /// @return true
 template <class T, class Metric>
 bool meijster_2_pass(T* buffer, unsigned int width, unsigned int height, Metric);

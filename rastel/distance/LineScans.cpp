@@ -3,8 +3,8 @@
 // Column scans walk row by row, all columns of a row at once: a column looks only at itself, so this changes nothing in
 // the results, and the rows vectorise.
 
-#include <rastel/distance/ColumnStripeImpl.h>
 #include <rastel/distance/DistanceTransform.h>
+#include <rastel/distance/PhasesImpl.h>
 #include <rastel/oq/Numeric.h>
 
 #include <algorithm>
@@ -125,6 +125,7 @@ void edt_horizontal(T* dst, int width, int height, long stride)
 {
     for (std::ptrdiff_t y = 0; y < height; ++y) {
         T* const row = dst + y * stride;
+        // Each pass starts from what can't lower its first element: the greatest T, then that element itself.
         T last = std::numeric_limits<T>::max();
         T step = 1;
         for (int x = 0; x < width; ++x)
@@ -228,6 +229,7 @@ void ChessBoard::hdt(S const* src, D* dst, int width, int height, long stride)
     detail::dt_horizontal<S, D>(src, dst, width, height, stride);
 }
 
+// NOLINTBEGIN(bugprone-macro-parentheses): the arguments are types.
 #define RASTEL_METRIC(Metric, S, D)                                                                                    \
     template void Metric::vdt<S, D>(S const*, D*, int, int, long);                                                     \
     template void Metric::hdt<S, D>(S const*, D*, int, int, long);                                                     \
@@ -243,6 +245,8 @@ RASTEL_DEPTHS(unsigned char, unsigned char)
 RASTEL_DEPTHS(unsigned char, unsigned short)
 RASTEL_DEPTHS(unsigned short, unsigned char)
 RASTEL_DEPTHS(unsigned short, unsigned short)
+// NOLINTEND(bugprone-macro-parentheses)
+
 template void detail::edt_vertical<unsigned char>(unsigned char*, int, int, long);
 template void detail::edt_vertical<unsigned short>(unsigned short*, int, int, long);
 template void detail::edt_horizontal<unsigned char>(unsigned char*, int, int, long);

@@ -8,8 +8,10 @@
 //                  of a matrix-searching algorithm", 1987). Known winners at the ends of a short block leave few
 //                  columns, and each of these is offered to the whole block at once.
 //   UnitReach      Manhattan. Offers over 1, 2, 4, 8, ... columns, one after the other, make up every offset.
+// Between two rows that are done, chessboard distances also follow from row to row (chessboard_band).
 
 #include <rastel/distance/DistanceTransform.h>
+#include <rastel/distance/PhasesImpl.h>
 #include <rastel/oq/Numeric.h>
 
 #include <algorithm>
@@ -288,7 +290,8 @@ private:
                 std::ptrdiff_t const first = winners[k - half];
                 std::ptrdiff_t const last = winners[std::min(k + half, end)];
 
-                // The column nearest to the pixel is a true winner if nothing saturated is less.
+                // All values above T saturate alike, but of the columns allowed here the nearest one's fits T. So what
+                // is less, and only that, wins.
                 std::ptrdiff_t winner = std::clamp(x, first, last);
                 T best = The::offer(away[x - winner], own[winner]);
                 for (std::ptrdiff_t const guess : {std::clamp<std::ptrdiff_t>(winners[k], first, last), first, last}) {
@@ -302,7 +305,7 @@ private:
                     std::ptrdiff_t const from = std::max(first, x - reach);
                     std::ptrdiff_t const to = std::min(last, x + reach);
                     auto const count = static_cast<unsigned>(std::max<std::ptrdiff_t>(to - from, 0));
-                    // The least value, and of its columns the first: both in one number. Columns after `to` do no harm.
+                    // The least value and the first column that has it, in one number. Columns after `to` do no harm.
                     unsigned key = static_cast<unsigned>(best) << 16;
                     for (unsigned i = 0; i < (count / lanes + 1) * lanes; ++i) {
                         unsigned const value = The::offer(away[from - x + i], own[from + i]);
@@ -339,7 +342,7 @@ private:
     std::unique_ptr<unsigned[]> winners_;
 };
 
-/// Up to here the terms of the envelope scan fit 32 bits, and its result is the exact minimum.
+/// Up to here the squares of the envelope scan fit 32 bits, and its result is the exact minimum under every metric.
 constexpr unsigned exact_width = 46341;
 
 template <class RowMinimum, class T>
@@ -350,10 +353,64 @@ void each_row(T* buffer, unsigned width, unsigned height)
         minimum(buffer + y * width);
 }
 
+/// Gives each element one more than the least of its three neighbours in the row beside it, if that is less.
+template <class T>
+RASTEL_CLONES void reach_inner(T* __restrict row, T const* __restrict beside, std::size_t count)
+{
+    for (std::size_t x = 1; x + 1 < count; ++x) {
+        T const nearest = lesser(lesser(beside[x - 1], beside[x]), beside[x + 1]);
+        row[x] = row[x] > nearest ? static_cast<T>(nearest + 1) : row[x];
+    }
+}
+
+template <class T>
+void reach_from(T* row, T const* beside, std::size_t count)
+{
+    auto const reach_end = [&](std::size_t x, std::size_t inner) {
+        T const nearest = lesser(beside[x], beside[inner]);
+        row[x] = row[x] > nearest ? static_cast<T>(nearest + 1) : row[x];
+    };
+    reach_inner(row, beside, count);
+    reach_end(0, std::min<std::size_t>(1, count - 1));
+    reach_end(count - 1, count - std::min<std::size_t>(2, count));
+}
+
+/// A shortest king's walk from a feature to a pixel can take its straight and diagonal steps from row to row first and
+/// the steps within the row last. Walks from outside the band cross its first or last row, so those two come first.
+template <class RowMinimum, class T>
+void chessboard_band(T* buffer, std::size_t width, std::size_t rows)
+{
+    RowMinimum minimum(static_cast<unsigned>(width));
+    UnitReach<T> along(width);
+    if (width == 0 || rows == 0)
+        return;
+    minimum(buffer);
+    if (rows > 1)
+        minimum(buffer + (rows - 1) * width);
+    for (std::size_t y = 1; y + 1 < rows; ++y)
+        reach_from(buffer + y * width, buffer + (y - 1) * width, width);
+    for (std::size_t y = rows - 1; y-- > 1;) {
+        reach_from(buffer + y * width, buffer + (y + 1) * width, width);
+        along(buffer + y * width);
+    }
+}
+
 } // namespace
 
 namespace detail
 {
+
+template <class T>
+void chessboard_rows(T* buffer, unsigned int width, unsigned int rows)
+{
+    if (width <= exact_width)
+        chessboard_band<WinnerBlocks<ChessBoard, T>>(buffer, width, rows);
+    else
+        chessboard_band<EnvelopeScan<ChessBoard, T>>(buffer, width, rows);
+}
+
+template void chessboard_rows<unsigned char>(unsigned char*, unsigned int, unsigned int);
+template void chessboard_rows<unsigned short>(unsigned short*, unsigned int, unsigned int);
 
 template <class T, class Metric>
 bool meijster_2_pass(T* buffer, unsigned int width, unsigned int height, Metric)
