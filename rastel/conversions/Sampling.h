@@ -48,25 +48,25 @@ std::vector<std::uint32_t> box_limits(std::uint32_t from, std::uint32_t to);
 
 /// A pixel as its samples.
 template <class T>
-struct Samples {
+struct PixelSamples {
     using Type = T;
     static constexpr std::size_t channels = 1;
 };
 template <class T>
-struct Samples<TRGB<T>> {
+struct PixelSamples<TRGB<T>> {
     using Type = T;
     static constexpr std::size_t channels = 3;
 };
 
 template <class S>
-using SampleType = typename Samples<S>::Type;
+using SampleType = typename PixelSamples<S>::Type;
 
 /// One row of samples for each channel.
 template <class S>
 class SampleRows
 {
 public:
-    explicit SampleRows(std::size_t width) : width_(width), samples_(width * Samples<S>::channels) {}
+    explicit SampleRows(std::size_t width) : width_(width), samples_(width * PixelSamples<S>::channels) {}
     SampleType<S>* operator[](std::size_t channel) { return samples_.data() + channel * width_; }
 
 private:
@@ -108,8 +108,8 @@ void sample_nearest(TImage<D>& dst, TImage<S> const& src, Writer const& write)
     for (std::uint32_t y = 0; y < dst.height; ++y) {
         std::size_t const count = columns_inside(src, rows[y], columns);
         if (count != 0 && (y == 0 || rows[y] != rows[y - 1]))
-            for (std::size_t c = 0; c < Samples<S>::channels; ++c)
-                pick_row<Samples<S>::channels>(samples[c], sample_row(src, rows[y]) + c, columns.data(), count);
+            for (std::size_t c = 0; c < PixelSamples<S>::channels; ++c)
+                pick_row<PixelSamples<S>::channels>(samples[c], sample_row(src, rows[y]) + c, columns.data(), count);
         write(dst.data() + std::size_t{y} * dst.width, samples, count);
     }
 }
@@ -163,7 +163,7 @@ RASTEL_CLONES void blend_row(T* __restrict out, float const* __restrict upper_le
 template <class S, class D, class Writer>
 void sample_bilinear(TImage<D>& dst, TImage<S> const& src, Writer const& write)
 {
-    constexpr std::size_t channels = Samples<S>::channels;
+    constexpr std::size_t channels = PixelSamples<S>::channels;
     Positions const columns = running_positions(src.width, dst.width);
     Positions const rows = running_positions(src.height, dst.height);
     std::size_t const with_right = static_cast<std::size_t>(
@@ -265,7 +265,7 @@ template <class ColumnSum, class Rule, class S, class D, class Writer>
 void sample_boxes_with(TImage<D>& dst, TImage<S> const& src, std::vector<std::uint32_t> const& rows,
                        Writer const& write)
 {
-    constexpr std::size_t channels = Samples<S>::channels;
+    constexpr std::size_t channels = PixelSamples<S>::channels;
     auto const columns = box_limits(src.width, dst.width);
     SampleRows<S> samples(dst.width);
     std::vector<ColumnSum> sums(std::size_t{columns.back()} * channels);

@@ -6,6 +6,7 @@
 #include <rastel/conversions/TypedConversions.h>
 #include <rastel/operations/BasicOperations.h>
 #include <rastel/operations/Statistics.h>
+#include <rastel/oq/Numeric.h>
 
 #include <functional>
 #include <iostream>
@@ -107,7 +108,8 @@ void run_band_decoder(Input& in, Rastel const& any_src, Rastel& any_dst)
                                            Bayer_to_RGB8_gradient<P>,      Bayer_to_RGB8_adaptive<P>,
                                            Bayer_to_RGB8_kimmel<P>};
     Decoder const decode = decoders[in.below(7)];
-    if (in.below(4) == 0) {
+    // A decoder refuses a destination that is its source.
+    if (in.below(4) == 0 || src->buffer == dst->buffer) {
         std::uint32_t const bands = in.word();
         decode(*dst, *src, in.word(), bands);
         return;
@@ -154,10 +156,12 @@ void run_operation(Input& in, Rastel& src, Rastel& dst)
         LinComb(src, in.number(), dst);
         break;
     case 9: {
+        // Half of the rectangles have the destination's size.
         int const x0 = in.integer();
         int const y0 = in.integer();
-        int const x1 = in.below(2) != 0 ? in.integer() : x0 + static_cast<int>(dst.width) % 64 - (x0 > 1000 ? 64 : 1);
-        int const y1 = in.below(2) != 0 ? in.integer() : y0 + static_cast<int>(dst.height) % 64 - (y0 > 1000 ? 64 : 1);
+        bool const fits = in.below(2) != 0;
+        int const x1 = fits ? oq::wrap_add(x0, static_cast<int>(dst.width) - 1) : in.integer();
+        int const y1 = fits ? oq::wrap_add(y0, static_cast<int>(dst.height) - 1) : in.integer();
         Crop(src, dst, x0, y0, x1, y1, in.below(2) != 0);
         break;
     }
