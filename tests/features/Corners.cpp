@@ -171,6 +171,12 @@ TEST(SobelHessian, OverlappingRastersAreWrittenInOrder)
             Byte* const second[] = {b, a, c};
             slow_hessian(det, second, a, b - shift, w, h);
         });
+        place(fast, [&](int* det, Byte* a, Byte*, Byte*) {
+            SobelHessianEx(det, reinterpret_cast<Byte*>(det) + 200 - shift, a, w, h); // which it overtakes
+        });
+        place(expected, [&](int* det, Byte* a, Byte*, Byte*) {
+            slow_hessian(det, nullptr, reinterpret_cast<Byte*>(det) + 200 - shift, a, w, h);
+        });
         EXPECT_EQ(fast, expected) << shift;
     }
 }
