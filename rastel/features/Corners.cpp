@@ -52,8 +52,6 @@ int respond(ForstnerValue, Moments moments)
 
 /// The products of the gradients, summed for each column over the rows of a window. Wraps.
 struct ColumnSums {
-    Moments operator[](std::size_t x) const { return {xx[x], xy[x], yy[x]}; }
-
     unsigned *xx, *xy, *yy;
 };
 
