@@ -30,7 +30,7 @@ constexpr I saturate_cast(F value)
 {
     static_assert(std::is_floating_point_v<F> && std::is_integral_v<I>);
     // One past the greatest I is a power of two and therefore exact in F, where the greatest itself may not be.
-    constexpr F past_greatest = static_cast<F>(std::numeric_limits<I>::max() / 2 + 1) * F(2);
+    constexpr F past_greatest = static_cast<F>((std::numeric_limits<I>::max() >> 1) + 1) * F(2);
     constexpr F least = static_cast<F>(std::numeric_limits<I>::min());
     bool const fits = value >= least && value < past_greatest;
     I const whole = static_cast<I>(fits ? value : F(0));
