@@ -201,8 +201,10 @@ RASTEL_CLONES void offer_both_ways(T* __restrict to, T const* __restrict from, s
 {
     T const cost = static_cast<T>(apart);
     T const limit = static_cast<T>(greatest<T> - cost);
+    T const* const left = from - apart;
+    T const* const right = from + apart;
     for (std::size_t x = 0; x < count; ++x) {
-        T const nearer = lesser(lesser(from[x - apart], from[x + apart]), limit);
+        T const nearer = lesser(lesser(left[x], right[x]), limit);
         to[x] = lesser(from[x], static_cast<T>(nearer + cost));
     }
 }
