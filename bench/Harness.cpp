@@ -2,133 +2,233 @@
 
 #include <algorithm>
 #include <benchmark/benchmark.h>
+#include <chrono>
+#include <cmath>
+#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <map>
+#include <memory>
+#include <opencv2/core/utility.hpp>
+#include <stdexcept>
+#include <thread>
 #include <utility>
-#include <vector>
 
 namespace bench
 {
 namespace
 {
 
-std::vector<Work>& rows()
+constexpr Size hd{1920, 1080};
+constexpr Size uhd{3840, 2160};
+
+/// Cost per pixel at the greater size over that at the smaller one, beside memcpy's own; at most.
+constexpr double rise_aim = 1.2;
+
+/// More than the last cache holds.
+constexpr std::size_t sweep_bytes = std::size_t{64} << 20;
+
+struct Least {
+    double ms;
+    double median_ms;
+};
+
+/// One row at one size.
+struct Entry {
+    std::string row;
+    Size size;
+    std::function<Work(Size)> make;
+
+    std::unique_ptr<Work> work = {};
+    std::vector<std::function<void()>> calls = {}; ///< library, memcpy, peers
+    std::vector<std::vector<double>> times = {};   ///< of each call, in ms
+};
+
+std::vector<Entry>& entries()
 {
-    static std::vector<Work> all;
+    static std::vector<Entry> all;
     return all;
 }
 
-/// Milliseconds of one iteration, a value for each repetition.
-using Times = std::vector<double>;
+std::string text(Size size) { return std::to_string(size.width) + "x" + std::to_string(size.height); }
 
+std::string full_name(Entry const& entry) { return entry.row + "/" + text(entry.size); }
+
+bool warm = false;
+
+/// Makes the row's images, compares the outputs, and lists what is to be timed.
+void prepare(Entry& entry)
+{
+    entry.work = std::make_unique<Work>(entry.make(entry.size));
+    Work const& work = *entry.work;
+    cv::setNumThreads(static_cast<int>(work.peer_threads));
+    work.library();
+    for (Peer const& peer : work.peers) {
+        peer.run();
+        if (peer.agreement.check)
+            peer.agreement.check();
+    }
+
+    // Written before the first measurement, so that no page is mapped inside one.
+    auto const from = std::make_shared<std::vector<unsigned char>>(work.bytes / 2, 1);
+    auto const to = std::make_shared<std::vector<unsigned char>>(work.bytes / 2, 2);
+    entry.calls = {work.library, [from, to] { std::memcpy(to->data(), from->data(), to->size()); }};
+    for (Peer const& peer : work.peers)
+        entry.calls.push_back(peer.run);
+    entry.times.resize(entry.calls.size());
+}
+
+void pass_other_memory()
+{
+    static std::vector<std::uint64_t> memory(sweep_bytes / sizeof(std::uint64_t));
+    for (std::uint64_t& value : memory)
+        ++value;
+    benchmark::ClobberMemory();
+}
+
+void measure(benchmark::State& state, Entry& entry)
+{
+    using Clock = std::chrono::steady_clock;
+    try {
+        if (entry.work == nullptr)
+            prepare(entry);
+    } catch (std::exception const& failure) {
+        state.SkipWithError(failure.what());
+        return;
+    }
+    for (auto _ : state)
+        for (std::size_t i = 0; i < entry.calls.size(); ++i) {
+            if (warm)
+                entry.calls[i]();
+            else
+                pass_other_memory();
+            Clock::time_point const start = Clock::now();
+            entry.calls[i]();
+            benchmark::ClobberMemory();
+            entry.times[i].push_back(std::chrono::duration<double, std::milli>(Clock::now() - start).count());
+        }
+}
+
+Least least(std::vector<double> times)
+{
+    std::sort(times.begin(), times.end());
+    return {times.front(), times[times.size() / 2]};
+}
+
+std::string number(double value)
+{
+    char digits[32];
+    std::snprintf(digits, sizeof digits, "%.2f", value);
+    return digits;
+}
+
+/// A ratio beside its aim; bold where it misses it.
+std::string beside(double ratio, double aim)
+{
+    if (aim == 0)
+        return number(ratio);
+    return std::lround(100 * ratio) <= std::lround(100 * aim) ? number(ratio) + " ≤ " + number(aim)
+                                                              : "**" + number(ratio) + " > " + number(aim) + "**";
+}
+
+/// Prints each row when it ends.
 class Table : public benchmark::BenchmarkReporter
 {
 public:
-    bool ReportContext(Context const&) override { return true; }
+    explicit Table(std::map<std::string, Entry*> entries_by_name) : entries_(std::move(entries_by_name)) {}
+
+    bool ReportContext(Context const&) override
+    {
+        std::puts("| row | frame | ms | median | x memcpy | rise | peer | peer ms | library / peer | peer's output |\n"
+                  "|---|---|---|---|---|---|---|---|---|---|");
+        return true;
+    }
 
     void ReportRuns(std::vector<Run> const& runs) override
     {
-        for (Run const& run : runs)
-            if (run.run_type == Run::RT_Iteration && !run.error_occurred)
-                times_[run.run_name.function_name].push_back(run.real_accumulated_time /
-                                                             static_cast<double>(run.iterations) * 1e3);
+        if (runs.front().run_type != Run::RT_Iteration)
+            return; // the second report, of means
+        Entry& entry = *entries_.at(runs.front().run_name.function_name);
+        if (runs.front().error_occurred) {
+            failed_ = true;
+            std::cerr << full_name(entry) << ": " << runs.front().error_message << '\n';
+        } else {
+            print(entry);
+        }
+        // The next row's images take this room.
+        entry.work.reset();
+        entry.calls.clear();
     }
 
-    void print() const
-    {
-        std::printf("| row | ms | median | x memcpy | peer | peer ms | library / peer | note |\n");
-        std::printf("|---|---|---|---|---|---|---|---|\n");
-        for (Work const& work : rows()) {
-            if (times_.count(work.row + "/library") == 0)
-                continue;
-            double const own = least(work.row + "/library");
-            std::printf("| %s | %.3f | %.3f | %.2f |", work.row.c_str(), own, median(work.row + "/library"),
-                        own / least(work.row + "/memcpy"));
-            if (work.peer)
-                std::printf(" %s | %.3f | %.2f |", work.peer_name.c_str(), least(work.row + "/peer"),
-                            own / least(work.row + "/peer"));
-            else
-                std::printf(" | | |");
-            std::printf(" %s |\n", work.note.c_str());
-        }
-    }
+    bool failed() const { return failed_; }
 
 private:
-    double least(std::string const& name) const
+    void print(Entry const& entry)
     {
-        Times const& times = times_.at(name);
-        return *std::min_element(times.begin(), times.end());
-    }
-
-    double median(std::string const& name) const
-    {
-        Times times = times_.at(name);
-        std::sort(times.begin(), times.end());
-        return times[times.size() / 2];
-    }
-
-    std::map<std::string, Times> times_;
-};
-
-void measure(std::string const& name, std::function<void()> const& work)
-{
-    benchmark::RegisterBenchmark(name.c_str(), [work](benchmark::State& state) {
-        for (auto _ : state) {
-            work();
-            benchmark::ClobberMemory();
+        bool const aimed = entry.size.width == hd.width;
+        Work const& work = *entry.work;
+        Least const own = least(entry.times[0]);
+        double const against_memcpy = own.ms / least(entry.times[1]).ms;
+        std::string rise;
+        if (aimed)
+            hd_against_memcpy_[entry.row] = against_memcpy;
+        else if (hd_against_memcpy_.count(entry.row) != 0)
+            rise = beside(against_memcpy / hd_against_memcpy_[entry.row], rise_aim);
+        std::printf("| %s | %s | %.3f | %.3f | %s | %s |", entry.row.c_str(), text(entry.size).c_str(), own.ms,
+                    own.median_ms, beside(against_memcpy, aimed ? work.aim : 0).c_str(), rise.c_str());
+        for (std::size_t i = 0; i < work.peers.size(); ++i) {
+            Peer const& peer = work.peers[i];
+            double const theirs = least(entry.times[2 + i]).ms;
+            std::printf("%s %s | %.3f | %s | %s |", i == 0 ? "" : "\n| | | | | | |", peer.name.c_str(), theirs,
+                        beside(own.ms / theirs, aimed ? peer.aim : 0).c_str(), peer.agreement.note.c_str());
         }
-    })->UseRealTime();
-}
+        std::puts(work.peers.empty() ? " | | | |" : "");
+        std::fflush(stdout);
+    }
+
+    std::map<std::string, Entry*> entries_;
+    std::map<std::string, double> hd_against_memcpy_;
+    bool failed_ = false;
+};
 
 } // namespace
 
-void add(Work work) { rows().push_back(std::move(work)); }
-
-void require_equal(std::string const& row, void const* library, void const* peer, std::size_t bytes)
+void add(std::string row, std::function<Work(Size)> make)
 {
-    if (std::memcmp(library, peer, bytes) == 0)
-        return;
-    auto const* const a = static_cast<unsigned char const*>(library);
-    auto const* const b = static_cast<unsigned char const*>(peer);
-    std::size_t const first = static_cast<std::size_t>(std::mismatch(a, a + bytes, b).first - a);
-    std::cerr << row << ": the outputs differ, first at byte " << first << ": " << +a[first] << " and " << +b[first]
-              << '\n';
-    std::exit(1);
+    entries().push_back({row, hd, make});
+    entries().push_back({std::move(row), uhd, std::move(make)});
 }
 
 int run(int count, char** arguments)
 {
-    // Interleaved repetitions: a slow moment of the machine meets the library and the peer alike.
-    std::vector<std::string> options{"--benchmark_enable_random_interleaving=true", "--benchmark_repetitions=25",
-                                     "--benchmark_min_time=0.01"};
+    // The first repetition finds how many rounds fill the time; the others repeat them.
+    std::vector<std::string> defaults{"--benchmark_repetitions=9", "--benchmark_min_time=0.05"};
     std::vector<char*> words{arguments[0]};
-    for (std::string& option : options)
+    for (std::string& option : defaults)
         words.push_back(option.data());
-    words.insert(words.end(), arguments + 1, arguments + count);
+    for (int i = 1; i < count; ++i)
+        if (std::strcmp(arguments[i], "--warm") == 0)
+            warm = true;
+        else
+            words.push_back(arguments[i]);
     int word_count = static_cast<int>(words.size());
     benchmark::Initialize(&word_count, words.data());
     if (benchmark::ReportUnrecognizedArguments(word_count, words.data()))
         return 2;
 
-    std::size_t most = 0;
-    for (Work const& work : rows())
-        most = std::max(most, work.bytes / 2);
-    // Written before the first measurement, so that no page is mapped inside one.
-    std::vector<unsigned char> from(most, 1);
-    std::vector<unsigned char> to(most, 2);
-    for (Work const& work : rows()) {
-        measure(work.row + "/library", work.library);
-        measure(work.row + "/memcpy", [&from, &to, &work] { std::memcpy(to.data(), from.data(), work.bytes / 2); });
-        if (work.peer)
-            measure(work.row + "/peer", work.peer);
+    std::map<std::string, Entry*> by_name;
+    for (Entry& entry : entries()) {
+        by_name[full_name(entry)] = &entry;
+        benchmark::RegisterBenchmark(full_name(entry).c_str(), [&entry](benchmark::State& state) {
+            measure(state, entry);
+        })->UseRealTime();
     }
-    Table table;
+    Table table(std::move(by_name));
     benchmark::RunSpecifiedBenchmarks(&table);
-    table.print();
-    return 0;
+    return table.failed() ? 1 : 0;
 }
+
+unsigned int processors() { return std::max(1U, std::thread::hardware_concurrency()); }
 
 } // namespace bench
