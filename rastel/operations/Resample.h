@@ -2,6 +2,7 @@
 
 #include <rastel/operations/BasicOperations.h>
 #include <rastel/operations/Bilinear.h>
+#include <rastel/operations/PixelRows.h>
 #include <rastel/operations/Pixels.h>
 #include <rastel/operations/Sampling.h>
 #include <rastel/oq/Location.h>
@@ -27,13 +28,13 @@ template <class T>
 void resample_nearest(TImage<T> const& src, TImage<T>& dst, float offset)
 {
     std::size_t const pitch = dst.width;
-    std::vector<std::uint32_t> columns(in_room(dst, 0, pitch));
+    std::vector<std::uint32_t> positions(in_room(dst, 0, pitch));
     Position x{sampling_step(src.width, dst.width)};
-    for (std::uint32_t& column : columns) {
-        column = x.pixel(offset);
+    for (std::uint32_t& position : positions) {
+        position = x.pixel(offset);
         x.advance();
     }
-    std::uint32_t const spacing = even_spacing(columns);
+    Columns const columns(std::move(positions), sizeof(T));
 
     Position y{sampling_step(src.height, dst.height)};
     std::size_t above = 0; // source row and length of the row just written
@@ -47,7 +48,7 @@ void resample_nearest(TImage<T> const& src, TImage<T>& dst, float offset)
         if (source_row == above && count == above_count)
             std::memcpy(static_cast<void*>(out), static_cast<void const*>(out - pitch), count * sizeof(T));
         else
-            gather_row(out, src.data() + source_row, columns, count, spacing);
+            pick_row(out, src, source_row, columns, count);
         above = source_row;
         above_count = count;
     }
@@ -55,10 +56,10 @@ void resample_nearest(TImage<T> const& src, TImage<T>& dst, float offset)
 
 /// One sample of the result is the truncated mean of four.
 template <class S, std::size_t samples_a_pixel>
-RASTEL_CLONES void halve_row(S* __restrict out, S const* __restrict upper, S const* __restrict lower,
-                             std::size_t pixels)
+RASTEL_CLONES void halve_row(S* __restrict out, S const* __restrict upper, S const* __restrict lower, std::size_t begin,
+                             std::size_t end)
 {
-    for (std::size_t i = 0; i < pixels; ++i)
+    for (std::size_t i = begin; i < end; ++i)
         for (std::size_t channel = 0; channel < samples_a_pixel; ++channel) {
             std::size_t const left = 2 * samples_a_pixel * i + channel;
             std::size_t const right = left + samples_a_pixel;
@@ -79,8 +80,13 @@ void halve(TImage<T> const& src, TImage<T>& dst)
         std::size_t const count = std::min(in_room(dst, row * width, width), in_room(src, lower, 2 * width) / 2);
         if (count == 0)
             return;
-        halve_row<Sample<T>, channels<T>>(samples(dst.data() + row * width), samples(src.data() + lower - pitch),
-                                          samples(src.data() + lower), count);
+        auto* const out = samples(dst.data() + row * width);
+        auto const* const above = samples(src.data() + lower - pitch);
+        auto const* const below = samples(src.data() + lower);
+        std::size_t done = 0;
+        if constexpr (sizeof(T) == 3)
+            done = halve_triples(out, above, below, count);
+        halve_row<Sample<T>, channels<T>>(out, above, below, done, count);
     }
 }
 

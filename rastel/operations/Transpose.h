@@ -3,6 +3,7 @@
 // Source and destination are apart. Pitches are in pixels and may be negative.
 #pragma once
 
+#include <rastel/operations/PixelRows.h>
 #include <rastel/oq/Numeric.h>
 
 #include <algorithm>
@@ -75,7 +76,7 @@ RASTEL_CLONES void transpose_tile(T* dst, std::ptrdiff_t dst_pitch, T const* src
 
 /// Pixels of three bytes move as four: the byte too many falls where a later row's pixel goes.
 template <class T>
-void transpose_triples(T* dst, std::ptrdiff_t dst_pitch, T const* src, std::ptrdiff_t src_pitch)
+void transpose_triple_tile(T* dst, std::ptrdiff_t dst_pitch, T const* src, std::ptrdiff_t src_pitch)
 {
     constexpr std::ptrdiff_t last = tile_edge<T> - 1;
     for (std::ptrdiff_t row = 0; row < last; ++row) {
@@ -98,6 +99,18 @@ void transpose(T* dst, std::ptrdiff_t dst_pitch, T const* src, std::ptrdiff_t sr
 #else
     constexpr bool earlier_is_lower = false; // a word's shifts would move pixels the other way
 #endif
+    if constexpr (sizeof(T) == 3) {
+        std::ptrdiff_t const whole_columns = columns < 6 ? 0 : (columns - 2) / 4 * 4;
+        std::ptrdiff_t const whole_rows = rows / 4 * 4;
+        if (transpose_triples(reinterpret_cast<unsigned char*>(dst), dst_pitch,
+                              reinterpret_cast<unsigned char const*>(src), src_pitch, whole_columns, whole_rows)) {
+            transpose_plain(dst + whole_columns * dst_pitch, dst_pitch, src + whole_columns, src_pitch,
+                            columns - whole_columns, rows);
+            transpose_plain(dst + whole_rows, dst_pitch, src + whole_rows * src_pitch, src_pitch, whole_columns,
+                            rows - whole_rows);
+            return;
+        }
+    }
     if (!earlier_is_lower || columns < edge || rows < edge)
         return transpose_plain(dst, dst_pitch, src, src_pitch, columns, rows);
     for (std::ptrdiff_t top = 0; top < rows; top += edge)
@@ -108,7 +121,7 @@ void transpose(T* dst, std::ptrdiff_t dst_pitch, T const* src, std::ptrdiff_t sr
             T* const to = dst + column * dst_pitch + row;
             T const* const from = src + row * src_pitch + column;
             if constexpr (sizeof(T) == 3)
-                transpose_triples(to, dst_pitch, from, src_pitch);
+                transpose_triple_tile(to, dst_pitch, from, src_pitch);
             else
                 transpose_tile(to, dst_pitch, from, src_pitch);
         }

@@ -135,20 +135,25 @@ TEST(Resample, FollowsTheRulesInsideTheRoom)
     expect_rule<unsigned char>(bilinear, BILINEAR_INTERPOLATION, 6);
 }
 
+/// Wide enough for the ways that are taken for whole, sixteenth and other steps, small and large ones.
 TEST(Resample, FollowsTheRulesOnPictures)
 {
-    for (auto const& size : {Sizes{640, 48, 320, 24}, Sizes{320, 24, 640, 48}, Sizes{321, 25, 107, 5},
-                             Sizes{300, 40, 431, 77}, Sizes{300, 40, 1200, 80}, Sizes{301, 40, 100, 77}}) {
-        auto const src = test::random_image<unsigned char>(size.sw, size.sh, 8);
-        auto dst = test::dirty_image<unsigned char>(size.dw, size.dh);
-        Memory<unsigned char> source(src);
-        Memory<unsigned char> expected(dst);
-        nearest(expected, source, size);
-        Resample(src, dst, NEAREST);
-        EXPECT_TRUE(expected.stands_in(dst)) << size.sw << " to " << size.dw;
-        bilinear(expected, source, size);
-        Resample(src, dst, BILINEAR_INTERPOLATION);
-        EXPECT_TRUE(expected.stands_in(dst)) << size.sw << " to " << size.dw;
+    for (auto const& size :
+         {Sizes{640, 48, 320, 24}, Sizes{320, 24, 640, 48}, Sizes{321, 25, 107, 5}, Sizes{300, 40, 431, 77},
+          Sizes{320, 48, 512, 64}, Sizes{301, 40, 100, 77}, Sizes{611, 20, 401, 33}, Sizes{611, 20, 101, 33}}) {
+        auto const check = [&size](auto rule, auto const& src, RastelFlag const& method) {
+            auto dst = src;
+            Resize(dst, size.dw, size.dh);
+            test::dirty(dst);
+            Memory source(src), expected(dst);
+            rule(expected, source, size);
+            Resample(src, dst, method);
+            EXPECT_TRUE(expected.stands_in(dst)) << size.sw << " to " << size.dw;
+        };
+        auto const grey = test::random_image<unsigned char>(size.sw, size.sh, 8);
+        check(nearest<unsigned char>, grey, NEAREST);
+        check(bilinear, grey, BILINEAR_INTERPOLATION);
+        check(nearest<RGB8>, test::random_image<RGB8>(size.sw, size.sh, 9), NEAREST);
     }
 }
 

@@ -1,0 +1,235 @@
+// The functions of PixelRows.h in vectors.
+#include <rastel/operations/PixelRows.h>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "rastel/operations/PixelRows_Highway.cpp"
+#include <hwy/foreach_target.h>
+// Highway's headers are written for each target anew and have to come after the line above.
+#include <hwy/highway.h>
+
+#include <algorithm>
+#include <cstring>
+
+HWY_BEFORE_NAMESPACE();
+namespace rastel::detail::HWY_NAMESPACE
+{
+
+#if HWY_TARGET == HWY_SCALAR
+
+std::size_t PickBytes(std::uint8_t*, std::uint8_t const*, ByteWindows const&, std::size_t) { return 0; }
+std::size_t HalveTriples(std::uint8_t*, std::uint8_t const*, std::uint8_t const*, std::size_t) { return 0; }
+bool TransposeTriples(std::uint8_t*, std::ptrdiff_t, std::uint8_t const*, std::ptrdiff_t, std::ptrdiff_t,
+                      std::ptrdiff_t)
+{
+    return false;
+}
+
+#else
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using Sixteen = hn::FixedTag<std::uint8_t, 16>;
+
+template <unsigned int in_block>
+std::size_t PickBlocks(std::uint8_t* out, std::uint8_t const* row, ByteWindows const& windows, std::size_t blocks)
+{
+    Sixteen const d;
+    std::size_t const* start = windows.starts.data();
+    std::uint8_t const* place = windows.places.data();
+    for (std::size_t block = 0; block < blocks; ++block, out += 16) {
+        auto picked = hn::Zero(d);
+        for (unsigned int window = 0; window < in_block; ++window, ++start, place += 16)
+            picked = hn::Or(picked, hn::TableLookupBytesOr0(hn::LoadU(d, row + *start), hn::LoadU(d, place)));
+        hn::StoreU(picked, d, out);
+    }
+    return 16 * blocks;
+}
+
+std::size_t PickBytes(std::uint8_t* out, std::uint8_t const* row, ByteWindows const& windows, std::size_t blocks)
+{
+    return windows.in_block == 1   ? PickBlocks<1>(out, row, windows, blocks)
+           : windows.in_block == 2 ? PickBlocks<2>(out, row, windows, blocks)
+                                   : PickBlocks<4>(out, row, windows, blocks);
+}
+
+using Bytes = hn::ScalableTag<std::uint8_t>;
+using HalfBytes = hn::Half<Bytes>;
+using Words = hn::Repartition<std::uint16_t, Bytes>;
+using Vector = hn::Vec<Bytes>;
+
+/// Lanes 0 and 1, 2 and 3, ... added up.
+hn::Vec<Words> PairSums(Vector v)
+{
+    Words const d;
+    auto const words = hn::BitCast(d, v);
+    return hn::Add(hn::And(words, hn::Set(d, 255)), hn::ShiftRight<8>(words));
+}
+
+hn::Vec<HalfBytes> Means(Vector upper, Vector lower)
+{
+    auto const sum = hn::Add(PairSums(upper), PairSums(lower));
+    return hn::DemoteTo(HalfBytes(), hn::BitCast(hn::RebindToSigned<Words>(), hn::ShiftRight<2>(sum)));
+}
+
+std::size_t HalveTriples(std::uint8_t* out, std::uint8_t const* upper, std::uint8_t const* lower, std::size_t pixels)
+{
+    Bytes const d;
+    HalfBytes const half;
+    std::size_t const lanes = hn::Lanes(half);
+    std::size_t i = 0;
+    for (; i + lanes <= pixels; i += lanes) {
+        Vector upper_r, upper_g, upper_b, lower_r, lower_g, lower_b;
+        hn::LoadInterleaved3(d, upper + 6 * i, upper_r, upper_g, upper_b);
+        hn::LoadInterleaved3(d, lower + 6 * i, lower_r, lower_g, lower_b);
+        hn::StoreInterleaved3(Means(upper_r, lower_r), Means(upper_g, lower_g), Means(upper_b, lower_b), half,
+                              out + 3 * i);
+    }
+    return i;
+}
+
+/// Four by four pixels: spread over words, transposed as such, and closed up again. A row stores four bytes too many,
+/// where the next four rows will go; `last` ones store as they should.
+template <bool last>
+void TransposeSquare(std::uint8_t* dst, std::ptrdiff_t dst_pitch, std::uint8_t const* src, std::ptrdiff_t src_pitch)
+{
+    Sixteen const d;
+    hn::FixedTag<std::uint32_t, 4> const words;
+    hn::FixedTag<std::uint64_t, 2> const pairs;
+    HWY_ALIGN static constexpr std::uint8_t spread[16] = {0, 1, 2, 0x80, 3, 4, 5, 0x80, 6, 7, 8, 0x80, 9, 10, 11, 0x80};
+    HWY_ALIGN static constexpr std::uint8_t closed[16] = {0,  1,  2,  4,  5,    6,    8,    9,
+                                                          10, 12, 13, 14, 0x80, 0x80, 0x80, 0x80};
+    auto const load = [&](std::ptrdiff_t row) {
+        return hn::BitCast(words, hn::TableLookupBytesOr0(hn::LoadU(d, src + row * src_pitch), hn::Load(d, spread)));
+    };
+    auto const store = [&](std::ptrdiff_t column, auto pixels) {
+        auto const bytes = hn::TableLookupBytesOr0(hn::BitCast(d, pixels), hn::Load(d, closed));
+        if constexpr (last) {
+            HWY_ALIGN std::uint8_t row[16];
+            hn::Store(bytes, d, row);
+            std::memcpy(dst + column * dst_pitch, row, 12);
+        } else {
+            hn::StoreU(bytes, d, dst + column * dst_pitch);
+        }
+    };
+    auto const row0 = load(0);
+    auto const row1 = load(1);
+    auto const row2 = load(2);
+    auto const row3 = load(3);
+    auto const left01 = hn::BitCast(pairs, hn::InterleaveLower(words, row0, row1));
+    auto const left23 = hn::BitCast(pairs, hn::InterleaveLower(words, row2, row3));
+    auto const right01 = hn::BitCast(pairs, hn::InterleaveUpper(words, row0, row1));
+    auto const right23 = hn::BitCast(pairs, hn::InterleaveUpper(words, row2, row3));
+    store(0, hn::InterleaveLower(pairs, left01, left23));
+    store(1, hn::InterleaveUpper(pairs, left01, left23));
+    store(2, hn::InterleaveLower(pairs, right01, right23));
+    store(3, hn::InterleaveUpper(pairs, right01, right23));
+}
+
+bool TransposeTriples(std::uint8_t* dst, std::ptrdiff_t dst_pitch, std::uint8_t const* src, std::ptrdiff_t src_pitch,
+                      std::ptrdiff_t columns, std::ptrdiff_t rows)
+{
+    // Stripes of columns, whose rows of the destination stay at hand while they fill up.
+    constexpr std::ptrdiff_t stripe = 16;
+    for (std::ptrdiff_t left = 0; left < columns; left += stripe)
+        for (std::ptrdiff_t row = 0; row < rows; row += 4)
+            for (std::ptrdiff_t column = left; column < std::min(left + stripe, columns); column += 4) {
+                std::uint8_t* const to = dst + 3 * (column * dst_pitch + row);
+                std::uint8_t const* const from = src + 3 * (row * src_pitch + column);
+                if (row + 4 < rows)
+                    TransposeSquare<false>(to, 3 * dst_pitch, from, 3 * src_pitch);
+                else
+                    TransposeSquare<true>(to, 3 * dst_pitch, from, 3 * src_pitch);
+            }
+    return true;
+}
+
+#endif
+
+} // namespace rastel::detail::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace rastel::detail
+{
+namespace
+{
+
+HWY_EXPORT(PickBytes);
+HWY_EXPORT(HalveTriples);
+HWY_EXPORT(TransposeTriples);
+
+constexpr std::size_t window_size = 16;
+
+/// The bytes of pixels at these columns.
+std::vector<std::size_t> bytes_at(std::vector<std::uint32_t> const& columns, std::size_t pixel_size)
+{
+    std::vector<std::size_t> bytes;
+    bytes.reserve(columns.size() * pixel_size);
+    for (std::uint32_t const column : columns)
+        for (std::size_t i = 0; i < pixel_size; ++i)
+            bytes.push_back(column * pixel_size + i);
+    return bytes;
+}
+
+/// True if `share` neighbours always lie in one window.
+bool windows_hold(std::vector<std::size_t> const& bytes, std::size_t share)
+{
+    for (auto first = bytes.begin(); static_cast<std::size_t>(bytes.end() - first) >= share;) {
+        auto const last = first + static_cast<std::ptrdiff_t>(share);
+        auto const [least, greatest] = std::minmax_element(first, last);
+        if (*greatest - *least >= window_size)
+            return false;
+        first = last;
+    }
+    return true;
+}
+
+} // namespace
+
+ByteWindows::ByteWindows(std::vector<std::uint32_t> const& columns, std::size_t pixel_size)
+{
+    auto const bytes = bytes_at(columns, pixel_size);
+    for (unsigned int const windows : {1U, 2U, 4U})
+        if (in_block == 0 && windows_hold(bytes, window_size / windows))
+            in_block = windows;
+    if (in_block == 0)
+        return;
+    std::size_t const share = window_size / in_block;
+    std::size_t const whole = bytes.size() / window_size * window_size;
+    for (std::size_t i = 0; i < whole; i += share) {
+        auto const first = bytes.begin() + static_cast<std::ptrdiff_t>(i);
+        starts.push_back(*std::min_element(first, first + static_cast<std::ptrdiff_t>(share)));
+        std::size_t const place = places.size() + i % window_size;
+        places.resize(places.size() + window_size, 0x80);
+        for (std::size_t k = 0; k < share; ++k)
+            places[place + k] = static_cast<unsigned char>(bytes[i + k] - starts.back());
+    }
+}
+
+std::size_t pick_bytes(unsigned char* out, unsigned char const* row, ByteWindows const& windows, std::size_t count,
+                       std::size_t readable)
+{
+    if (windows.in_block == 0)
+        return 0;
+    std::size_t blocks = std::min(count / window_size, windows.starts.size() / windows.in_block);
+    while (blocks != 0 && windows.starts[blocks * windows.in_block - 1] + window_size > readable)
+        --blocks;
+    return HWY_DYNAMIC_DISPATCH(PickBytes)(out, row, windows, blocks);
+}
+
+std::size_t halve_triples(unsigned char* out, unsigned char const* upper, unsigned char const* lower,
+                          std::size_t pixels)
+{
+    return HWY_DYNAMIC_DISPATCH(HalveTriples)(out, upper, lower, pixels);
+}
+
+bool transpose_triples(unsigned char* dst, std::ptrdiff_t dst_pitch, unsigned char const* src, std::ptrdiff_t src_pitch,
+                       std::ptrdiff_t columns, std::ptrdiff_t rows)
+{
+    return HWY_DYNAMIC_DISPATCH(TransposeTriples)(dst, dst_pitch, src, src_pitch, columns, rows);
+}
+
+} // namespace rastel::detail
+
+#endif
