@@ -47,9 +47,13 @@ struct fast {
     static void join_channels(TRGB<unsigned char>* out, unsigned char const* r, unsigned char const* g,
                               unsigned char const* b, std::size_t count);
 };
-using rows = fast;
+template <>
+void fast::mix_pixels<channels_average>(unsigned char*, TRGB<unsigned char> const*, std::size_t);
+template <>
+void fast::mix_pixels<channels_standard_coefficients>(unsigned char*, TRGB<unsigned char> const*, std::size_t);
+using colour_rows = fast;
 #else
-using rows = plain;
+using colour_rows = plain;
 #endif
 
 } // namespace rastel::impl

@@ -21,7 +21,7 @@ void store_range(TRGB<unsigned char>* out, unsigned short const* samples, std::s
     for (std::size_t done = 0; done < count; done += grey.size()) {
         std::size_t const run = std::min(grey.size(), count - done);
         range.map(grey.data(), samples + done, run);
-        rows::spread_grey(out + done, grey.data(), run);
+        colour_rows::spread_grey(out + done, grey.data(), run);
     }
 }
 

@@ -17,11 +17,11 @@ TImage<TRGB<unsigned char>>& convert(TImage<unsigned char> const& src, TImage<TR
         // The count is a signed 32-bit number: an image whose count has the sign bit set is left alone.
         std::int32_t const count = oq::low_bits<std::int32_t>(src.pixels);
         if (count > 0)
-            rows::spread_grey(dst.data(), src.data(), static_cast<std::size_t>(count));
+            colour_rows::spread_grey(dst.data(), src.data(), static_cast<std::size_t>(count));
         return dst;
     }
     sample_grey(dst, src, path, [](TRGB<unsigned char>* out, unsigned char const* grey, std::size_t count) {
-        rows::spread_grey(out, grey, count);
+        colour_rows::spread_grey(out, grey, count);
     });
     return dst;
 }

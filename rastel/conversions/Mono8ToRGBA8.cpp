@@ -28,13 +28,13 @@ TImage<P>& _gtgt(TImage<unsigned char> const& src, TImage<P>& dst)
         // One pixel more than the image has, where both buffers have room for it; the count is a signed 32-bit number.
         std::int32_t const count = oq::low_bits<std::int32_t>(src.pixels);
         if (count >= 0)
-            rows::spread_grey_alpha(bytes(dst.data()), src.data(),
-                                    std::min({static_cast<std::size_t>(count) + 1, src.room(), dst.room()}),
-                                    alpha_mask);
+            colour_rows::spread_grey_alpha(bytes(dst.data()), src.data(),
+                                           std::min({static_cast<std::size_t>(count) + 1, src.room(), dst.room()}),
+                                           alpha_mask);
         return dst;
     }
     sample_grey(dst, src, path, [alpha_mask](P* out, unsigned char const* grey, std::size_t count) {
-        rows::spread_grey_alpha(bytes(out), grey, count, alpha_mask);
+        colour_rows::spread_grey_alpha(bytes(out), grey, count, alpha_mask);
     });
     return dst;
 }

@@ -43,7 +43,7 @@ void Parallelize(F const& work, unsigned int bands)
     };
     try {
         for (unsigned int band = 0; band < bands; ++band)
-            threads.emplace_back([work, band, bands]() noexcept {
+            threads.emplace_back([work = F(work), band, bands]() mutable noexcept {
                 try {
                     work(band, bands);
                 } catch (...) {

@@ -21,7 +21,7 @@ void signed_average_run(signed char* out, TRGB<unsigned char> const* pixels, std
     constexpr std::size_t run = 4096;
     for (std::size_t done = 0; done < count; done += run) {
         std::size_t const length = std::min(run, count - done);
-        rows::mix_pixels<channels_average>(bytes + done, pixels + done, length);
+        colour_rows::mix_pixels<channels_average>(bytes + done, pixels + done, length);
         subtract_127(bytes + done, length);
     }
 }

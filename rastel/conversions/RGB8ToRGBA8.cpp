@@ -31,6 +31,8 @@ RASTEL_CLONES void color_key_row(RGBA* out, RGB const* pixels, std::size_t count
 /// and the run of the source's pixels is then taken as it comes.
 std::size_t run_length(TImage<RGBA> const& dst, TImage<RGB> const& src)
 {
+    if (src.pixels == 0)
+        return 0;
     return static_cast<std::size_t>(std::min({dst.pixels, std::uint64_t{dst.room()}, std::uint64_t{src.room()}}));
 }
 
@@ -40,6 +42,8 @@ TImage<RGBA>& convert(TImage<RGB> const& src, TImage<RGBA>& dst)
 {
     if (nothing_to_convert(src, dst))
         return dst;
+    if (src.buffer == dst.buffer && (src.width != dst.width || src.height != dst.height))
+        return convert(TImage<RGB>(src), dst); // the run would overwrite what it has yet to read
     RastelFlagSet const flags = conversion_flags(dst);
     if (flags.test(ALPHA_CHANNEL_KEEP_DEST))
         ll_RGB8_to_RGBA_alpha_keep(dst, src);
@@ -58,17 +62,20 @@ using rastel::impl::run_length;
 
 void ll_RGB8_to_RGBA_alpha_keep(rastel::RastelRGBA8& dst, rastel::RastelRGB8 const& src)
 {
-    rastel::impl::rows::add_alpha(rastel::impl::bytes(dst.data()), src.data(), run_length(dst, src), 0);
+    rastel::impl::colour_rows::add_alpha(rastel::impl::bytes(dst.data()), src.data(), run_length(dst, src), 0);
 }
 
 void ll_RGB8_to_RGBA_alpha_none(rastel::RastelRGBA8& dst, rastel::RastelRGB8 const& src)
 {
-    rastel::impl::rows::add_alpha(rastel::impl::bytes(dst.data()), src.data(), run_length(dst, src), 255);
+    rastel::impl::colour_rows::add_alpha(rastel::impl::bytes(dst.data()), src.data(), run_length(dst, src), 255);
 }
 
 void ll_RGB8_to_RGBA_color_key(rastel::RastelRGBA8& dst, rastel::RastelRGB8 const& src)
 {
+    std::size_t const count = run_length(dst, src);
+    if (count == 0)
+        return;
     oq::print_line("TO BE REIMPLEMENTED ll_RGB8_to_RGBA_color_key property management");
     constexpr rastel::TRGB<unsigned char> key{0, 0, 0};
-    rastel::impl::color_key_row(dst.data(), src.data(), run_length(dst, src), key);
+    rastel::impl::color_key_row(dst.data(), src.data(), count, key);
 }

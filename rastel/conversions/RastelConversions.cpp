@@ -95,8 +95,8 @@ rastel::Rastel& operator>>(rastel::Rastel const& src, rastel::Rastel& dst)
     if (dst.properties.count(flags_key) != 0)
         flags = dst.properties.get_child(flags_key).data();
     boost::property_tree::ptree properties(src.properties);
+    properties.put(flags_key, flags);
     dst.properties.swap(properties);
-    dst.properties.put(flags_key, flags);
 
     try {
         return OperatorRegister<ConversionRegister>::Instance().Go(src, dst);

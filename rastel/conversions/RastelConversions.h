@@ -1,4 +1,4 @@
-// Converts any image into any other format that the library knows, through one operator.
+// Converts images among the formats that the library knows, through one operator.
 //
 //     rastel::TImage<rastel::Bayer<rastel::TGRBG<unsigned char>>> raw(1920, 1080);
 //     rastel::Copy(frame, raw);

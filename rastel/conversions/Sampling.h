@@ -117,6 +117,11 @@ void sample_nearest(TImage<D>& dst, TImage<S> const& src, Writer const& write)
 /// What a source row gives to the bilinear sums: each sample times the weight of its side.
 struct WeightedRow {
     explicit WeightedRow(std::size_t count) : left(count), right(count) {}
+    void clear()
+    {
+        std::fill(left.begin(), left.end(), 0.0F);
+        std::fill(right.begin(), right.end(), 0.0F);
+    }
     std::vector<float> left, right;
 };
 
@@ -205,7 +210,7 @@ void sample_bilinear(TImage<D>& dst, TImage<S> const& src, Writer const& write)
         if (has_lower && lower_row != row + 1)
             weigh(lower, row + 1, count);
         if (!has_lower && lower_row != zeros)
-            lower = WeightedRow(width * channels);
+            lower.clear();
         lower_row = has_lower ? row + 1 : zeros;
         for (std::size_t c = 0; c < channels; ++c)
             blend_row(samples[c], upper.left.data() + c * width, upper.right.data() + c * width,

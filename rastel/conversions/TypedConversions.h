@@ -28,9 +28,16 @@ TImage<TRGB<unsigned char>>& convert(TImage<TRGB<unsigned char>> const& src, TIm
 TImage<TRGBA<unsigned char>>& convert(TImage<TRGBA<unsigned char>> const& src, TImage<TRGBA<unsigned char>>& dst);
 TImage<TRGBA<unsigned char>>& convert(TImage<TRGB<unsigned char>> const& src, TImage<TRGBA<unsigned char>>& dst);
 
-/// A mosaic to itself, for the four 8-bit patterns.
+/// For the four 8-bit patterns.
 template <class P>
-TImage<Bayer<P>>& convert(TImage<Bayer<P>> const& src, TImage<Bayer<P>>& dst);
+TImage<Bayer<P>>& convert_mosaic(TImage<Bayer<P>> const& src, TImage<Bayer<P>>& dst);
+
+template <class P>
+TImage<Bayer<P>>& convert(TImage<Bayer<P>> const& src, TImage<Bayer<P>>& dst)
+{
+    static_assert(sizeof(typename P::Sample) == 1, "only 8-bit mosaics convert to themselves");
+    return convert_mosaic(src, dst);
+}
 
 template <class P>
 TImage<unsigned char>& convert(TImage<Bayer<P>> const& src, TImage<unsigned char>& dst)

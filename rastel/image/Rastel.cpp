@@ -56,7 +56,9 @@ std::shared_ptr<BufferType> make_buffer(std::uint32_t width, std::uint32_t heigh
 {
     constexpr std::uint64_t most = std::numeric_limits<std::ptrdiff_t>::max();
     std::uint64_t const pixels = std::uint64_t{width} * height;
-    std::uint64_t const guard = std::max<std::uint64_t>(alignment, (std::uint64_t{width} + 1) * pixel_size);
+    // No walk runs on an image without pixels, however wide it is.
+    std::uint64_t const row = pixels == 0 ? 0 : (std::uint64_t{width} + 1) * pixel_size;
+    std::uint64_t const guard = std::max<std::uint64_t>(alignment, row);
     if (guard + alignment > most || pixels > (most - guard - alignment) / pixel_size)
         throw std::length_error("rastel::TImage: more pixels than memory can hold");
     return std::make_shared<BufferType>(static_cast<std::size_t>(pixels * pixel_size), static_cast<std::size_t>(guard));

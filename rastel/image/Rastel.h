@@ -39,8 +39,9 @@ public:
     /// Zeroed memory for `size` bytes of pixels and `guard` bytes behind them. Throws std::bad_alloc.
     BufferType(std::size_t size, std::size_t guard);
 
-    /// Memory of the caller's, of which all `room` bytes may be read and written. `release` gets the address when the
-    /// last image lets go of it; without one the caller keeps the memory alive.
+    /// Memory of the caller's, aligned as its pixels are, of which all `room` bytes may be read and written. `release`
+    /// gets the address when the last image lets go of it, and must not throw; without one the caller keeps the memory
+    /// alive.
     BufferType(void* address, std::size_t room, Release release = {});
 
     /// The same without a release function, where only the first `size` bytes are pixels. Throws std::invalid_argument

@@ -8,6 +8,7 @@
 #include <rastel/image/PixelTypes.h>
 #include <rastel/image/Rastel.h>
 
+#include <stdexcept>
 #include <type_traits>
 #include <utility>
 
@@ -84,7 +85,8 @@ public:
     {
     }
 
-    /// An image over memory of the caller's: rows packed, the first `room` bytes at `address` open to every operation.
+    /// An image over memory of the caller's: rows packed, the address aligned as T is, the first `room` bytes open to
+    /// every operation.
     /// Throws std::invalid_argument if the pixels need more. `release` gets the address when the last image lets go of
     /// the memory; it is not called if the construction fails.
     TImage(unsigned int columns, unsigned int rows, void* address, std::size_t room,
@@ -94,7 +96,8 @@ public:
         buffer->set_release(std::move(release));
     }
 
-    /// An image over the buffer of another. Where the buffer is smaller than the image, operations stop at its room.
+    /// An image over the buffer of another. Where the buffer is smaller than the image, whole-image
+    /// operations stop at its room, and conversions leave the image alone.
     TImage(unsigned int columns, unsigned int rows, std::shared_ptr<impl::BufferType> shared)
         : Rastel(columns, rows, std::move(shared))
     {
@@ -163,9 +166,9 @@ private:
                                                   std::size_t room)
     {
         std::uint64_t const pixel_count = std::uint64_t{columns} * rows;
-        // A size above the room is refused by the buffer; stopping short here keeps the product from overflowing.
-        std::size_t const size = pixel_count > room ? room + 1 : static_cast<std::size_t>(pixel_count) * sizeof(T);
-        return std::make_shared<impl::BufferType>(address, size, room);
+        if (pixel_count > room / sizeof(T))
+            throw std::invalid_argument("rastel::TImage: less room than the pixels need");
+        return std::make_shared<impl::BufferType>(address, static_cast<std::size_t>(pixel_count) * sizeof(T), room);
     }
 };
 

@@ -1,10 +1,5 @@
 #include <rastel/operations/BasicOperations_Registration.h>
 
-template <class T, DestructorType when>
-T* oq::Singleton<T, when>::m_pInstance = nullptr;
-template <class T, DestructorType when>
-boost::shared_ptr<T> oq::Singleton<T, when>::m_spInstance;
-
 template class oq::Singleton<rastel::impl::BasicOps_FnMtx, DESTROY_AT_EXIT>;
 
 bool rastel::impl::operations_registered()

@@ -33,4 +33,9 @@ public:
     static boost::shared_ptr<T> m_spInstance;
 };
 
+template <class T, DestructorType when>
+T* Singleton<T, when>::m_pInstance = nullptr;
+template <class T, DestructorType when>
+boost::shared_ptr<T> Singleton<T, when>::m_spInstance;
+
 } // namespace oq

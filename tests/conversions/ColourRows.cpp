@@ -22,7 +22,7 @@ void expect_equal_forms(char const* name, Run const& run)
             test::Guarded<Byte> expected(4 * count + shift);
             test::Guarded<Byte> actual(4 * count + shift);
             run(plain(), expected.data() + shift, in.data() + shift, more.data() + shift, count);
-            run(rows(), actual.data() + shift, in.data() + shift, more.data() + shift, count);
+            run(colour_rows(), actual.data() + shift, in.data() + shift, more.data() + shift, count);
             ASSERT_EQ(actual.values(), expected.values()) << name << ", " << count << " pixels, shift " << shift;
             ASSERT_TRUE(actual.guards_intact()) << name << ", " << count << " pixels";
         }
@@ -71,10 +71,10 @@ TEST(ColourRows, EveryProductOfTheMixes)
                 pixels.push_back(pixel);
         }
     std::vector<Byte> out(pixels.size());
-    rows::mix_pixels<channels_standard_coefficients>(out.data(), pixels.data(), pixels.size());
+    colour_rows::mix_pixels<channels_standard_coefficients>(out.data(), pixels.data(), pixels.size());
     for (std::size_t i = 0; i < pixels.size(); ++i)
         ASSERT_EQ(out[i], (pixels[i].r * 19588 + pixels[i].g * 38469 + pixels[i].b * 7471) >> 16);
-    rows::mix_pixels<channels_average>(out.data(), pixels.data(), pixels.size());
+    colour_rows::mix_pixels<channels_average>(out.data(), pixels.data(), pixels.size());
     for (std::size_t i = 0; i < pixels.size(); ++i)
         ASSERT_EQ(out[i], ((pixels[i].r + pixels[i].g + pixels[i].b) * 85 + 255) >> 8);
 }

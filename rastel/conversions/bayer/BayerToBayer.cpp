@@ -6,7 +6,7 @@ using namespace rastel;
 using namespace rastel::impl;
 
 template <class P>
-Mosaic<P>& rastel::impl::convert(Mosaic<P> const& src, Mosaic<P>& dst)
+Mosaic<P>& rastel::impl::convert_mosaic(Mosaic<P> const& src, Mosaic<P>& dst)
 {
     if (&src == &dst) {
         conversion_warning("src == dst!");
@@ -21,14 +21,14 @@ Mosaic<P>& rastel::impl::convert(Mosaic<P> const& src, Mosaic<P>& dst)
     return dst;
 }
 
-template Mosaic<TBGGR<unsigned char>>& rastel::impl::convert(Mosaic<TBGGR<unsigned char>> const&,
-                                                             Mosaic<TBGGR<unsigned char>>&);
-template Mosaic<TRGGB<unsigned char>>& rastel::impl::convert(Mosaic<TRGGB<unsigned char>> const&,
-                                                             Mosaic<TRGGB<unsigned char>>&);
-template Mosaic<TGBRG<unsigned char>>& rastel::impl::convert(Mosaic<TGBRG<unsigned char>> const&,
-                                                             Mosaic<TGBRG<unsigned char>>&);
-template Mosaic<TGRBG<unsigned char>>& rastel::impl::convert(Mosaic<TGRBG<unsigned char>> const&,
-                                                             Mosaic<TGRBG<unsigned char>>&);
+template Mosaic<TBGGR<unsigned char>>& rastel::impl::convert_mosaic(Mosaic<TBGGR<unsigned char>> const&,
+                                                                    Mosaic<TBGGR<unsigned char>>&);
+template Mosaic<TRGGB<unsigned char>>& rastel::impl::convert_mosaic(Mosaic<TRGGB<unsigned char>> const&,
+                                                                    Mosaic<TRGGB<unsigned char>>&);
+template Mosaic<TGBRG<unsigned char>>& rastel::impl::convert_mosaic(Mosaic<TGBRG<unsigned char>> const&,
+                                                                    Mosaic<TGBRG<unsigned char>>&);
+template Mosaic<TGRBG<unsigned char>>& rastel::impl::convert_mosaic(Mosaic<TGRBG<unsigned char>> const&,
+                                                                    Mosaic<TGRBG<unsigned char>>&);
 
 bool const rastel::impl::BayerToBayer_rows = add_row<Bayer<TBGGR<unsigned char>>, Bayer<TBGGR<unsigned char>>>() &&
                                              add_row<Bayer<TGRBG<unsigned char>>, Bayer<TGRBG<unsigned char>>>() &&
