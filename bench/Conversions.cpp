@@ -68,15 +68,15 @@ ImagePeer copy_to(double aim)
 }
 
 template <class S, class D>
-bench::ImageRow<S, D> conversion(std::string name, double aim, std::vector<ImagePeer> peers = {}, Options options = {},
-                                 bench::Size (*dst_size)(bench::Size) = bench::same_size)
+bench::ImageRow<S, D> conversion(std::string const& name, double aim, std::vector<ImagePeer> const& peers = {},
+                                 Options const& options = {}, bench::Size (*dst_size)(bench::Size) = bench::same_size)
 {
     bench::ImageRow<S, D> row;
-    row.name = std::move(name);
+    row.name = name;
     row.library = [](TImage<S> const& src, TImage<D>& dst) { src >> dst; };
     row.aim = aim;
-    row.peers = std::move(peers);
-    row.options = std::move(options);
+    row.peers = peers;
+    row.options = options;
     row.dst_size = dst_size;
     if (sizeof(typename bench::Format<S>::Sample) > 1)
         row.greatest = 65535;
@@ -195,8 +195,8 @@ void add_ranges()
 }
 
 /// Two steps of the peer with a picture of the given format between, which has the source's or the destination's size.
-ImagePeer two_steps(std::string name, int between, bool resized_first, Work first, Work second, std::string note,
-                    double aim)
+ImagePeer two_steps(std::string name, int between, bool resized_first, Work const& first, Work const& second,
+                    std::string note, double aim)
 {
     return {std::move(name),
             [=, picture = cv::Mat()](cv::Mat const& in, cv::Mat const& out) mutable {

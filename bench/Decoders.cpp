@@ -21,7 +21,7 @@ constexpr unsigned int twelve_bits = 4095;
 template <class S, class D>
 using BandDecoder = TImage<D>& (*)(TImage<D>&, TImage<S> const&, std::uint32_t, std::uint32_t);
 
-bench::ImagePeer demosaic(int code, std::string name, std::string note, double aim)
+bench::ImagePeer demosaic(int code, std::string const& name, std::string note, double aim)
 {
     return {"OpenCV cvtColor " + name, [code](cv::Mat const& in, cv::Mat const& out) { cv::cvtColor(in, out, code); },
             std::move(note), aim};
@@ -76,7 +76,7 @@ bench::ImagePeer shuffled_cells(double aim)
 /// A row for the band decoder as one band on the caller's thread, and one for the front end with `flag` on all
 /// processors, with aims of its own.
 template <class S, class D>
-void add(std::string const& name, BandDecoder<S, D> decode, double aim, std::vector<bench::ImagePeer> peers,
+void add(std::string const& name, BandDecoder<S, D> decode, double aim, std::vector<bench::ImagePeer> const& peers,
          std::string const& flag, double threaded_aim = 0, double threaded_peer_aim = 0,
          bench::Size (*dst_size)(bench::Size) = bench::same_size)
 {
@@ -84,12 +84,12 @@ void add(std::string const& name, BandDecoder<S, D> decode, double aim, std::vec
     row.name = name;
     row.library = [decode](TImage<S> const& src, TImage<D>& dst) { decode(dst, src, 0, 1); };
     row.aim = aim;
-    row.peers = std::move(peers);
+    row.peers = peers;
     row.dst_size = dst_size;
-    bool const wide = sizeof(S) == sizeof(Word);
+    constexpr bool wide = sizeof(S) == sizeof(Word);
     if (wide)
         row.greatest = twelve_bits;
-    row.options = [flag, wide](Rastel& src, Rastel& dst) {
+    row.options = [flag](Rastel& src, Rastel& dst) {
         dst.properties.put("CONVERSION FLAGS", flag);
         if (wide)
             src.properties.put("MAX", twelve_bits);

@@ -39,7 +39,7 @@ int* integers(cv::Mat const& mat) { return static_cast<int*>(static_cast<void*>(
 using Gradient = void (*)(signed char*, signed char*, unsigned char const*, int, int);
 
 /// @param narrow  the library's value of the peer's sum
-void add_gradient(std::string const& name, Gradient gradient, bench::Peer peer,
+void add_gradient(std::string const& name, Gradient gradient, bench::Peer const& peer,
                   std::function<void(cv::Mat const& src, cv::Mat const& dx, cv::Mat const& dy)> const& theirs,
                   int (*narrow)(int))
 {

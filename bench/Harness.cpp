@@ -97,7 +97,7 @@ void measure(benchmark::State& state, Entry& entry)
         state.SkipWithError(failure.what());
         return;
     }
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
         for (std::size_t i = 0; i < entry.calls.size(); ++i) {
             if (warm)
                 entry.calls[i]();

@@ -35,7 +35,7 @@ void copy_plane(cv::Mat const& in, cv::Mat const& out)
 }
 
 /// A part of the peers' source, and then their work on it.
-Work with(std::function<cv::Mat(cv::Mat const&)> part, Work work)
+Work with(std::function<cv::Mat(cv::Mat const&)> const& part, Work const& work)
 {
     return [=](cv::Mat const& in, cv::Mat const& out) { work(part(in), out); };
 }
