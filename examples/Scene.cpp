@@ -113,8 +113,8 @@ Colour colour_patches(Spot s)
     int const y = s.y % patch_height;
     if (x < 3 * unit || y < 3 * unit)
         return grey(350);
-    auto const patch = static_cast<std::size_t>(s.y / patch_height * 6 + s.x / patch_width);
-    return scaled(patches[patch], 256 - 64 * y / patch_height);
+    int const patch = s.y / patch_height * 6 + s.x / patch_width;
+    return scaled(patches[static_cast<std::size_t>(patch)], 256 - 64 * y / patch_height);
 }
 
 /// Pale slats on grass, which run together towards the top as a fence does far away.
@@ -158,7 +158,7 @@ Colour shaded_balls(Spot s)
                                                    {2900, 900, 2600}}};
     int const cell_width = s.width / 3 + 1;
     int const cell_height = s.height / 2 + 1;
-    auto const ball = static_cast<std::size_t>(s.y / cell_height * 3 + s.x / cell_width);
+    int const ball = s.y / cell_height * 3 + s.x / cell_width;
     std::int64_t const dx = s.x % cell_width - cell_width / 2;
     std::int64_t const dy = s.y % cell_height - cell_height / 2;
     std::int64_t const radius = std::min(cell_width, cell_height) * 2 / 5;
@@ -166,7 +166,7 @@ Colour shaded_balls(Spot s)
     if (towards_us < 0)
         return mix({1500, 2300, 3600}, {3500, 3500, 3400}, s.y * 256 / s.height);
     int const facing = static_cast<int>((2 * root(towards_us) - dx - dy) * 105 / radius); // up to 256
-    return scaled(paints[ball], std::clamp(facing, 40, 256));
+    return scaled(paints[static_cast<std::size_t>(ball)], std::clamp(facing, 40, 256));
 }
 
 Colour panel_colour(Spot s, unsigned int panel)
