@@ -7,6 +7,7 @@
 
 #include <exception>
 #include <stdexcept>
+#include <type_traits>
 #include <vector>
 
 namespace rastel::impl
@@ -43,7 +44,7 @@ void Parallelize(F const& work, unsigned int bands)
     };
     try {
         for (unsigned int band = 0; band < bands; ++band)
-            threads.emplace_back([work = F(work), band, bands]() mutable noexcept {
+            threads.emplace_back([work = std::decay_t<F>(work), band, bands]() mutable noexcept {
                 try {
                     work(band, bands);
                 } catch (...) {

@@ -176,7 +176,7 @@ private:
 template <class T>
 bool holds_its_pixels(TImage<T> const& image)
 {
-    return image.room() >= image.pixels;
+    return image.room() >= std::uint64_t{image.width} * image.height;
 }
 
 using RastelMono8 = TImage<unsigned char>;

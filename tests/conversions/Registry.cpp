@@ -166,6 +166,8 @@ TEST(Location, PartsOfASignature)
     EXPECT_EQ(__Location_Class("no parenthesis"), "no parenthesis");
 }
 
+void do_nothing(unsigned int, unsigned int) {}
+
 TEST(Parallelize, RunsEveryBandOnceOnAThreadOfItsOwn)
 {
     std::mutex mutex;
@@ -181,6 +183,8 @@ TEST(Parallelize, RunsEveryBandOnceOnAThreadOfItsOwn)
     EXPECT_EQ(bands, (std::set<unsigned int>{0, 1, 2, 3, 4, 5, 6}));
     EXPECT_EQ(threads.count(boost::this_thread::get_id()), 0U);
     bands.clear();
+    Parallelize([left = 7U](unsigned int, unsigned int) mutable { --left; }, 2); // each band has a copy of its own
+    Parallelize(do_nothing, 2);
     Parallelize(work, 0);
     EXPECT_TRUE(bands.empty());
 }

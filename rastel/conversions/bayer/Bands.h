@@ -44,8 +44,8 @@ inline bool overlap(void const* a, std::size_t a_size, void const* b, std::size_
 template <class S, class D>
 bool overlap(TImage<S> const& a, TImage<D> const& b)
 {
-    return overlap(a.data(), static_cast<std::size_t>(a.pixels) * sizeof(S), b.data(),
-                   static_cast<std::size_t>(b.pixels) * sizeof(D));
+    return overlap(a.data(), std::size_t{a.width} * a.height * sizeof(S), b.data(),
+                   std::size_t{b.width} * b.height * sizeof(D));
 }
 
 /// True if a band can decode src into dst: dst is as large as src, or half as large where `divisor` is 2, and each has

@@ -94,8 +94,9 @@ rastel::RastelRGB8& Bayer_to_RGB8_adaptive(rastel::RastelRGB8& dst, rastel::TIma
                                            std::uint32_t band, std::uint32_t bands);
 
 /// Means weighted by reciprocal edge measures, red and blue as ratios to green, refined three times; in single
-/// precision. All four pixels inside a frame are refined from row and column 4 on; outside it stand raw red and blue
-/// and no green. Band 0 decodes the whole image, the others nothing. No flag leads here.
+/// precision. Refined from row and column 4 on; green reaches two further out, the missing colour of red and blue sites
+/// one further; beyond that stand raw red and blue alone. Band 0 decodes the whole image, the others nothing. No flag
+/// leads here.
 ///
 /// 16-bit mosaics throw std::runtime_error, after a log line, and leave dst alone.
 ///
