@@ -133,6 +133,9 @@ TEST(Statistics, WorkedExamples)
     EXPECT_EQ(Mean(image_of<RGB8>(1, 2, {{1, 2, 3}, {4, 6, 8}}), 0, 1, 0, 0, 0), (Means{2, 4, 5}));
     EXPECT_EQ(Mean(image_of<Bayer<TRGGB<Mono8>>>(2, 2, {{1}, {2}, {3}, {4}}), 0, 4, 0, 0, 0), (Means{1, 2, 3, 4}));
     EXPECT_EQ(Mean(RastelMono8(), 0, 1, 0, 0, 0), Means{0});
+    RastelMono8 white(300, 100);
+    Fill(white, 255);
+    EXPECT_EQ(Mean(white, 0, 1, 0, 0, 0), Means{255});
     RastelMono16 bright(70000, 1);
     Fill(bright, 65535);
     EXPECT_EQ(Mean(bright, 0, 1, 0, 0, 0), Means{4178}); // 70000 * 65535 modulo 2^32, over 70000
