@@ -13,163 +13,150 @@ using namespace rastel::impl;
 namespace
 {
 
-// A mean of neighbours plus a part of the second difference of another channel. All of it stays within 16 bits, and the
-// row functions need it in 16 bits to be fast.
-
-constexpr short corrected(int sum_of_2, short bend, short divisor)
-{
-    return static_cast<short>((sum_of_2 >> 1) + static_cast<short>(bend / divisor));
-}
-constexpr short corrected_4(int sum_of_4, short bend, short divisor)
-{
-    return static_cast<short>((sum_of_4 >> 2) + static_cast<short>(bend / divisor));
-}
+// A mean of neighbours plus a part of a second difference: over two pairs of neighbours, or over one that then counts
+// twice. All of it stays within 16 bits, and the row functions need it in 16 bits to be fast.
 
 /// Twice the middle less both ends.
 constexpr short bend(int end, int middle, int other_end) { return static_cast<short>(2 * middle - end - other_end); }
+constexpr short sum(int end, int other_end) { return static_cast<short>(end + other_end); }
 constexpr short magnitude(short value) { return static_cast<short>(value < 0 ? -value : value); }
+
 /// How much the picture changes along a line: the bend of one channel and the step of another.
 constexpr short change(short bend, int end, int other_end)
 {
     return static_cast<short>(magnitude(bend) + magnitude(static_cast<short>(end - other_end)));
 }
-constexpr unsigned char clamped(short value)
+
+/// The mean of both sums' four neighbours plus both bends over 2^bits.
+template <int bits>
+constexpr short corrected(short sum_a, short sum_b, short bend_a, short bend_b)
 {
-    return static_cast<unsigned char>(value < 0 ? 0 : value > 255 ? 255 : value);
+    short const mean = static_cast<short>(static_cast<short>(sum_a + sum_b) >> 2);
+    return static_cast<short>(mean + truncated_shift<bits>(static_cast<short>(bend_a + bend_b)));
 }
 
-RASTEL_ROW_FUNCTION void green_row(unsigned char* __restrict green, unsigned char const* __restrict up2,
-                                   unsigned char const* __restrict up, unsigned char const* __restrict left2,
-                                   unsigned char const* __restrict left, unsigned char const* __restrict site,
-                                   unsigned char const* __restrict right, unsigned char const* __restrict right2,
-                                   unsigned char const* __restrict down, unsigned char const* __restrict down2,
-                                   unsigned char const* __restrict colour_column, std::size_t count)
+constexpr int green_bits = 3;
+constexpr int colour_bits = 2;
+
+RASTEL_ROW_FUNCTION void green_row(Byte* __restrict out, Byte const* __restrict colour, Cross<Byte> green,
+                                   Cross<Byte> far, std::size_t count)
 {
-    for (std::size_t x = 0; x < count; ++x) {
-        short const bend_h = bend(left2[x], site[x], right2[x]);
-        short const bend_v = bend(up2[x], site[x], down2[x]);
-        short const change_h = change(bend_h, left[x], right[x]);
-        short const change_v = change(bend_v, up[x], down[x]);
-        short const sum_h = static_cast<short>(left[x] + right[x]);
-        short const sum_v = static_cast<short>(up[x] + down[x]);
-        short const along_h = corrected(sum_h, bend_h, 4);
-        short const along_v = corrected(sum_v, bend_v, 4);
-        short const of_both = corrected_4(static_cast<short>(sum_h + sum_v), static_cast<short>(bend_h + bend_v), 8);
-        short const unless_v = change_h < change_v ? along_h : of_both;
-        unsigned char const interpolated = clamped(change_h > change_v ? along_v : unless_v);
-        unsigned char const sample = site[x];
-        green[x] = colour_column[x] != 0 ? interpolated : sample;
+    for (std::size_t i = 0; i < count; ++i) {
+        short const bend_h = bend(far.left[i], colour[i], far.right[i]);
+        short const bend_v = bend(far.up[i], colour[i], far.down[i]);
+        short const change_h = change(bend_h, green.left[i], green.right[i]);
+        short const change_v = change(bend_v, green.up[i], green.down[i]);
+        short const sum_h = sum(green.left[i], green.right[i]);
+        short const sum_v = sum(green.up[i], green.down[i]);
+        short const sum_a = change_h > change_v ? sum_v : sum_h;
+        short const sum_b = change_h < change_v ? sum_h : sum_v;
+        short const bend_a = change_h > change_v ? bend_v : bend_h;
+        short const bend_b = change_h < change_v ? bend_h : bend_v;
+        out[i] = clamp_to_byte(corrected<green_bits>(sum_a, sum_b, bend_a, bend_b));
     }
 }
 
-/// The colour of the four diagonal neighbours, for every column; of use at red and blue sites. The pointers to the rows
-/// above and below stand one column to the left.
-RASTEL_ROW_FUNCTION void diagonal_row(unsigned char* __restrict colour, unsigned char const* __restrict up,
-                                      unsigned char const* __restrict down, unsigned char const* __restrict green_up,
-                                      unsigned char const* __restrict green, unsigned char const* __restrict green_down,
-                                      std::size_t count)
+RASTEL_ROW_FUNCTION void diagonal_row(Byte* __restrict out, Byte const* __restrict green, Diagonals<Byte> colour,
+                                      Diagonals<Byte> greens, std::size_t count)
 {
-    for (std::size_t x = 0; x < count; ++x) {
-        short const bend_main = bend(green_up[x], green[x], green_down[x + 2]);
-        short const bend_anti = bend(green_up[x + 2], green[x], green_down[x]);
-        short const change_main = change(bend_main, up[x], down[x + 2]);
-        short const change_anti = change(bend_anti, up[x + 2], down[x]);
-        short const sum_main = static_cast<short>(up[x] + down[x + 2]);
-        short const sum_anti = static_cast<short>(up[x + 2] + down[x]);
-        short const along_main = corrected(sum_main, bend_main, 2);
-        short const along_anti = corrected(sum_anti, bend_anti, 2);
-        short const of_both =
-            corrected_4(static_cast<short>(sum_main + sum_anti), static_cast<short>(bend_main + bend_anti), 4);
-        short const unless_main = change_main > change_anti ? along_anti : of_both;
-        colour[x] = clamped(change_main < change_anti ? along_main : unless_main);
+    for (std::size_t i = 0; i < count; ++i) {
+        short const bend_main = bend(greens.up_left[i], green[i], greens.down_right[i]);
+        short const bend_anti = bend(greens.up_right[i], green[i], greens.down_left[i]);
+        short const change_main = change(bend_main, colour.up_left[i], colour.down_right[i]);
+        short const change_anti = change(bend_anti, colour.up_right[i], colour.down_left[i]);
+        short const sum_main = sum(colour.up_left[i], colour.down_right[i]);
+        short const sum_anti = sum(colour.up_right[i], colour.down_left[i]);
+        short const sum_a = change_main > change_anti ? sum_anti : sum_main;
+        short const sum_b = change_main < change_anti ? sum_main : sum_anti;
+        short const bend_a = change_main > change_anti ? bend_anti : bend_main;
+        short const bend_b = change_main < change_anti ? bend_main : bend_anti;
+        out[i] = clamp_to_byte(corrected<colour_bits>(sum_a, sum_b, bend_a, bend_b));
     }
 }
 
-/// Decodes `count` pixels. Pointers named `left` stand one column to the left of the site.
-template <bool red_row>
-RASTEL_ROW_FUNCTION void
-colour_row(RGB8* __restrict out, unsigned char const* __restrict left, unsigned char const* __restrict site,
-           unsigned char const* __restrict up, unsigned char const* __restrict down,
-           unsigned char const* __restrict green_left, unsigned char const* __restrict green,
-           unsigned char const* __restrict green_up, unsigned char const* __restrict green_down,
-           unsigned char const* __restrict diagonal, unsigned char const* __restrict colour_column, std::size_t count)
+/// The colour of the two neighbours.
+RASTEL_ROW_FUNCTION void pair_row(Byte* __restrict out, Byte const* __restrict green, Byte const* __restrict before,
+                                  Byte const* __restrict behind, Byte const* __restrict green_before,
+                                  Byte const* __restrict green_behind, std::size_t count)
 {
-    for (std::size_t x = 0; x < count; ++x) {
-        unsigned char const sample = site[x];
-        unsigned char const over_diagonals = diagonal[x];
-        bool const colour = colour_column[x] != 0;
-        unsigned char const over_row =
-            clamped(corrected(left[x] + left[x + 2], bend(green_left[x], green[x], green_left[x + 2]), 2));
-        unsigned char const over_column =
-            clamped(corrected(up[x] + down[x], bend(green_up[x], green[x], green_down[x]), 2));
-        unsigned char const own = colour ? sample : over_row;
-        unsigned char const other = colour ? over_diagonals : over_column;
-        out[x].r = red_row ? own : other;
-        out[x].g = green[x];
-        out[x].b = red_row ? other : own;
+    for (std::size_t i = 0; i < count; ++i) {
+        short const pair = sum(before[i], behind[i]);
+        short const green_bend = bend(green_before[i], green[i], green_behind[i]);
+        out[i] = clamp_to_byte(corrected<colour_bits>(pair, pair, green_bend, green_bend));
     }
 }
 
 template <class P>
-class Adaptive
+class Adaptive : PackedDecoder<P, 8>
 {
+    using Base = PackedDecoder<P, 8>;
+    using Base::colour_, Base::green_of_colour_, Base::green_;
+    using Base::width_, Base::height_;
+
 public:
-    Adaptive(unsigned char const* src, std::size_t width, std::size_t height)
-        : src_(src), width_(width), height_(height), columns_(width), green_(width), diagonal_(width)
-    {
-    }
+    using Base::Base;
 
-    void prepare(std::size_t y)
+    void decode()
     {
-        Span const columns = green_span(height_).holds(y) ? green_span(width_) : Span{0, 0};
-        unsigned char const* const row = src_ + y * width_;
-        auto const black = [](std::size_t) -> unsigned char { return 0; };
-        fill_green(green_[y], row, colour_x<P>(y), {0, columns.first}, black);
-        fill_green(green_[y], row, colour_x<P>(y), {columns.end, width_}, black);
-        if (columns.empty())
-            return;
-        unsigned char const* const site = row + columns.first;
-        green_row(green_[y] + columns.first, site - 2 * width_, site - width_, site - 2, site - 1, site, site + 1,
-                  site + 2, site + width_, site + 2 * width_, columns_.of(colour_x<P>(y)) + columns.first,
-                  columns.size());
-    }
-
-    unsigned char const* green(std::size_t y) { return green_[y]; }
-
-    void write(RGB8* out, std::size_t y, Span columns)
-    {
-        std::size_t const x = columns.first;
-        unsigned char const* const site = src_ + y * width_ + x;
-        unsigned char const* const up = site - width_;
-        unsigned char const* const down = site + width_;
-        unsigned char const* const green = green_[y] + x;
-        unsigned char const* const green_up = green_[y - 1] + x;
-        unsigned char const* const green_down = green_[y + 1] + x;
-        diagonal_row(diagonal_.data(), up - 1, down - 1, green_up - 1, green, green_down - 1, columns.size());
-        (holds_red<P>(y) ? colour_row<true> : colour_row<false>)(out + x, site - 1, site, up, down, green - 1, green,
-                                                                 green_up, green_down, diagonal_.data(),
-                                                                 columns_.of(colour_x<P>(y)) + x, columns.size());
+        Span const green_rows = rows_of(green_span(height_), green_span(width_));
+        Span const colour_rows = rows_of(colour_span(height_), colour_span(width_));
+        for (std::size_t y = 0; y < height_ + 3; ++y) {
+            if (y < height_)
+                this->load(y);
+            at(y, 2, green_rows, [this](std::size_t row) { make_green(row); });
+            at(y, 3, colour_rows, [this](std::size_t row) {
+                make_colours_of_green(row);
+                make_other(row);
+            });
+            at(y, 3, {0, height_}, [this](std::size_t row) { this->write(row, {0, width_}); });
+        }
     }
 
 private:
-    unsigned char const* src_;
-    std::size_t width_, height_;
-    ColumnParity<unsigned char> columns_;
-    RowRing<unsigned char, 3> green_;
-    std::vector<unsigned char> diagonal_;
+    void make_green(std::size_t y)
+    {
+        unsigned const parity = colour_x<P>(y);
+        Span const sites = packed(green_span(width_), parity);
+        std::size_t const i = sites.first;
+        green_row(green_of_colour_[y] + i, colour_[y] + i, beside(green_, green_, y, parity, i),
+                  two_beside(colour_, y, i), sites.size());
+    }
+
+    void make_colours_of_green(std::size_t y)
+    {
+        unsigned const parity = 1 - colour_x<P>(y);
+        Span const sites = packed(colour_span(width_), parity);
+        std::size_t const i = sites.first;
+        auto const colour = beside(colour_, colour_, y, parity, i);
+        auto const greens = beside(green_of_colour_, green_of_colour_, y, parity, i);
+        pair_row(this->own_of_green_[y] + i, green_[y] + i, colour.left, colour.right, greens.left, greens.right,
+                 sites.size());
+        pair_row(this->other_of_green_[y] + i, green_[y] + i, colour.up, colour.down, greens.up, greens.down,
+                 sites.size());
+    }
+
+    void make_other(std::size_t y)
+    {
+        unsigned const parity = colour_x<P>(y);
+        Span const sites = packed(colour_span(width_), parity);
+        std::size_t const i = sites.first;
+        diagonal_row(this->other_[y] + i, green_of_colour_[y] + i, diagonal(colour_, y, parity, i),
+                     diagonal(green_of_colour_, y, parity, i), sites.size());
+    }
 };
 
 template <class P>
-void decode(RGB8* dst, unsigned char const* src, std::size_t width, std::size_t height)
+void decode(RGB8* dst, Byte const* src, std::size_t width, std::size_t height)
 {
-    Adaptive<P> decoder(src, width, height);
-    decode_framed<P>(dst, src, width, height, decoder);
+    Adaptive<P>(dst, src, width, height).decode();
 }
 
 /// The colour of the two neighbours that lie `step` before and behind a green site.
 int over_pair(unsigned char const* p, unsigned char const* g, std::ptrdiff_t step)
 {
-    return corrected(p[-step] + p[step], bend(g[-3 * step], *g, g[3 * step]), 2);
+    short const pair = sum(p[-step], p[step]);
+    short const green_bend = bend(g[-3 * step], *g, g[3 * step]);
+    return corrected<colour_bits>(pair, pair, green_bend, green_bend);
 }
 
 /// The site's change between `step` before and behind it: the bend of its green, the step of the samples.
@@ -206,15 +193,15 @@ int calc_G(unsigned char const* p, int stride, int dir)
     std::ptrdiff_t const row = stride;
     short const bend_h = bend(p[-2], p[0], p[2]);
     short const bend_v = bend(p[-2 * row], p[0], p[2 * row]);
-    int const sum_h = p[-1] + p[1];
-    int const sum_v = p[-row] + p[row];
+    short const sum_h = sum(p[-1], p[1]);
+    short const sum_v = sum(p[-row], p[row]);
     switch (dir) {
     case -1:
-        return corrected(sum_h, bend_h, 4);
+        return corrected<green_bits>(sum_h, sum_h, bend_h, bend_h);
     case 1:
-        return corrected(sum_v, bend_v, 4);
+        return corrected<green_bits>(sum_v, sum_v, bend_v, bend_v);
     default:
-        return corrected_4(sum_h + sum_v, static_cast<short>(bend_h + bend_v), 8);
+        return corrected<green_bits>(sum_h, sum_v, bend_h, bend_v);
     }
 }
 
@@ -242,9 +229,8 @@ int calc_P_For_NotP(unsigned char const* p, unsigned char* g, int stride, int di
     case 1:
         return over_pair(p, g, main);
     default:
-        return corrected_4(
-            p[-main] + p[main] + p[-anti] + p[anti],
-            static_cast<short>(bend(g[-3 * main], *g, g[3 * main]) + bend(g[-3 * anti], *g, g[3 * anti])), 4);
+        return corrected<colour_bits>(sum(p[-main], p[main]), sum(p[-anti], p[anti]),
+                                      bend(g[-3 * main], *g, g[3 * main]), bend(g[-3 * anti], *g, g[3 * anti]));
     }
 }
 

@@ -2,16 +2,34 @@
 #include <rastel/conversions/bayer/BayerDecoders.h>
 
 #include <rastel/conversions/bayer/Bands.h>
-#include <rastel/conversions/bayer/Rows.h>
 #include <rastel/conversions/bayer/Scale.h>
 
 #include <algorithm>
+#include <vector>
 
 using namespace rastel;
 using namespace rastel::impl;
 
 namespace
 {
+
+/// Column parity as data: all ones or zeros for each column, so that a row loop chooses between the rules for even and
+/// odd columns without a branch.
+template <class Sample>
+class ColumnParity
+{
+public:
+    explicit ColumnParity(std::size_t width) : ones_(width + 1)
+    {
+        for (std::size_t x = 0; x < ones_.size(); x += 2)
+            ones_[x] = static_cast<Sample>(-1);
+    }
+    /// All ones in the columns of this parity.
+    Sample const* of(unsigned parity) const { return ones_.data() + parity; }
+
+private:
+    std::vector<Sample> ones_;
+};
 
 /// How the two greens of a quad become one.
 enum class Green { mean, upper };

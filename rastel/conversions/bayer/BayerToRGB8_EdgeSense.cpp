@@ -11,60 +11,84 @@ namespace
 
 /// The rows of one band.
 ///
-/// All that the decoder computes comes from the source, and so does what a band needs of its neighbours' rows. The
-/// exception are the greens that nothing computes, near the image's border: they are read from the destination, also
-/// from a neighbour's rows next to the band. No band ever stores to them, so pixels that have one are written channel
-/// by channel.
+/// All that is computed comes from the source, and so does what a band needs of its neighbours' rows. The exception are
+/// the greens that nothing computes, near the image's border: they are read from the destination, also from the
+/// neighbours' rows next to the band. No band ever stores to them, so pixels that have one are written channel by
+/// channel.
 template <class P>
-class Band
+class EdgeSense : PackedDecoder<P, 8>
 {
+    using Base = PackedDecoder<P, 8>;
+    using Base::colour_, Base::green_of_colour_, Base::green_;
+    using Base::dst_, Base::src_, Base::width_, Base::height_;
+
 public:
-    Band(RGB8* dst, unsigned char const* src, std::size_t width, std::size_t height)
-        : dst_(dst), src_(src), width_(width), height_(height), rows_(src, width, 0)
-    {
-    }
+    using Base::Base;
 
     void decode(Rows rows)
     {
-        if (rows.start > 0)
-            prepare(rows.start - 1);
-        prepare(rows.start);
-        for (std::size_t y = rows.start; y < rows.end; ++y) {
-            if (y + 1 < height_)
-                prepare(y + 1);
-            Span const columns = green_columns(y);
-            write_border(y, {0, columns.first});
-            write_inner(y, columns);
-            write_border(y, {columns.end, width_});
+        Span const band{rows.start, rows.end};
+        Span const with_neighbours{rows.start - (rows.start > 0 ? 1 : 0), std::min<std::size_t>(rows.end + 1, height_)};
+        for (std::size_t y = rows.start - std::min(rows.start, 3u); y < band.end + 3; ++y) {
+            if (y < height_)
+                this->load(y);
+            at(y, 2, with_neighbours, [this](std::size_t row) { make_green(row); });
+            at(y, 3, band, [this](std::size_t row) {
+                Span const columns = inner_columns(row);
+                if (!columns.empty()) {
+                    make_colours(row, columns);
+                    this->write(row, columns);
+                }
+                write_border(row, {0, columns.first});
+                write_border(row, {columns.end, width_});
+            });
         }
     }
 
 private:
-    /// The columns in which the row has all of its greens; in them all channels are computed.
-    Span green_columns(std::size_t y) const
+    /// The columns in which a row has all of its greens; in them all channels are computed.
+    Span inner_columns(std::size_t y) const
     {
         std::size_t const even_width = width_ - width_ % 2;
         bool const any = even_width > 4 && y >= 2 && y + 2 < height_;
         return any ? Span{2, even_width - 2} : Span{0, 0};
     }
 
-    void prepare(std::size_t y)
+    void make_green(std::size_t y)
     {
+        unsigned const parity = colour_x<P>(y);
+        Byte* const green = green_of_colour_[y];
+        Span const columns = inner_columns(y);
         RGB8 const* const before = dst_ + y * width_;
-        rows_.prepare(y, colour_x<P>(y), green_columns(y), [before](std::size_t x) { return before[x].g; });
+        Span const sites = packed(columns, parity);
+        for (Span const border : {Span{0, sites.first}, Span{sites.end, packed({0, width_}, parity).end}})
+            for (std::size_t i = border.first; i < border.end; ++i)
+                green[i] = before[2 * i + parity].g;
+        if (!sites.empty()) {
+            std::size_t const i = sites.first;
+            interpolate_green(green + i, colour_[y] + i, beside(green_, green_, y, parity, i),
+                              two_beside(colour_, y, i), sites.size());
+        }
+        take_differences(differences_[y], colour_[y], green, this->sites());
     }
 
-    void write_inner(std::size_t y, Span columns)
+    void make_colours(std::size_t y, Span columns)
     {
-        std::size_t const x = columns.first;
-        colour_row(dst_ + y * width_ + x, rows_.green(y) + x, rows_.base(y) + x, rows_.tents(y) + x,
-                   rows_.tents(y - 1) + x, rows_.tents(y + 1) + x, columns.size(), holds_red<P>(y));
+        unsigned const parity = colour_x<P>(y);
+        Span const greens = packed(columns, 1 - parity);
+        std::size_t i = greens.first;
+        interpolate_colours(this->own_of_green_[y] + i, this->other_of_green_[y] + i, green_[y] + i,
+                            beside(differences_, differences_, y, 1 - parity, i), greens.size());
+        Span const colours = packed(columns, parity);
+        i = colours.first;
+        interpolate_other(this->other_[y] + i, green_of_colour_[y] + i, diagonal(differences_, y, parity, i),
+                          colours.size());
     }
 
     /// True if the row gets its own colour at the green sites.
     bool takes_own_colour(std::size_t y) const { return green_first<P> || y % 2 == 0 || y + 2 < height_; }
 
-    /// True if the row gets the colour of its neighbours.
+    /// True if the row gets the colour of the rows above and below.
     bool takes_other_colour(std::size_t y) const
     {
         if (y % 2 != 0)
@@ -74,32 +98,37 @@ private:
 
     void write_border(std::size_t y, Span columns)
     {
-        RGB8* const out = dst_ + y * width_;
-        unsigned char const* const row = src_ + y * width_;
-        unsigned char const* const green = rows_.green(y);
         bool const own = takes_own_colour(y);
         bool const other = takes_other_colour(y);
         for (std::size_t x = columns.first; x < columns.end; ++x) {
+            RGB8& out = dst_[y * width_ + x];
+            std::size_t const i = x / 2;
+            unsigned const parity = x % 2;
             // The colour of the odd columns goes from column 1 to the last, that of the even ones from 0 to the last
             // but one.
-            bool const between = x % 2 == 0 ? x >= 2 && x + 2 <= width_ : x + 3 <= width_;
-            bool const green_site = x % 2 != colour_x<P>(y);
-            if (green_site)
-                out[x].g = row[x];
-            else
-                out[x].*own_channel<P>(y) = row[x];
-            if (own && green_site && between)
-                out[x].*own_channel<P>(y) = colour_from_row(green[x], rows_.tents(y)[x]);
-            if (other && (green_site ? x % 2 != 0 || x + 2 <= width_ : between))
-                out[x].*other_channel<P>(y) =
-                    colour_from_neighbours(green[x], rows_.tents(y - 1)[x] + rows_.tents(y + 1)[x]);
+            bool const between = parity == 0 ? x >= 2 && x + 2 <= width_ : x + 3 <= width_;
+            if (parity == colour_x<P>(y)) {
+                out.*own_channel<P>(y) = src_[y * width_ + x];
+                if (other && between) {
+                    auto const d = diagonal(differences_, y, parity, i);
+                    out.*other_channel<P>(y) = clamp_to_byte(
+                        plus_mean_of_4(green_of_colour_[y][i],
+                                       static_cast<short>(*d.up_left + *d.up_right + *d.down_left + *d.down_right)));
+                }
+            } else {
+                out.g = src_[y * width_ + x];
+                auto const d = beside(differences_, differences_, y, parity, i);
+                if (own && between)
+                    out.*own_channel<P>(y) =
+                        clamp_to_byte(plus_mean_of_2(out.g, static_cast<short>(*d.left + *d.right)));
+                if (other && (parity != 0 || x + 2 <= width_))
+                    out.*other_channel<P>(y) =
+                        clamp_to_byte(plus_mean_of_2(out.g, static_cast<short>(*d.up + *d.down)));
+            }
         }
     }
 
-    RGB8* dst_;
-    unsigned char const* src_;
-    std::size_t width_, height_;
-    DifferenceRows rows_;
+    RowRing<short, 4> differences_{this->sites()};
 };
 
 } // namespace
@@ -110,7 +139,7 @@ RastelRGB8& Bayer_to_RGB8_edge_sense(RastelRGB8& dst, Mosaic<P> const& src, std:
     if constexpr (sizeof(typename P::Sample) == 1) {
         Rows const rows = band_rows(src.height, band, bands);
         if (!rows.empty() && decodable(dst, src))
-            Band<P>(dst.data(), samples(src), src.width, even_part(src.height)).decode(rows);
+            EdgeSense<P>(dst.data(), samples(src), src.width, even_part(src.height)).decode(rows);
         return dst;
     } else {
         fail_unfinished<P>("Bayer_to_RGB8_edge_sense");

@@ -14,27 +14,29 @@ namespace
 {
 
 template <class P>
-class Gradient
+class Gradient : PackedDecoder<P, 8>
 {
+    using Base = PackedDecoder<P, 8>;
+    using Base::colour_, Base::green_of_colour_, Base::green_;
+    using Base::width_, Base::height_;
+
 public:
-    Gradient(unsigned char const* src, std::size_t width, std::size_t height)
-        : width_(width), height_(height), rows_(src, width, green_first<P> ? 1 : 0)
-    {
-    }
+    using Base::Base;
 
-    void prepare(std::size_t y)
+    void decode()
     {
-        Span const columns = green_span(height_).holds(y) ? green_columns() : Span{0, 0};
-        rows_.prepare(y, colour_x<P>(y), columns, [](std::size_t) -> unsigned char { return 0; });
-    }
-
-    unsigned char const* green(std::size_t y) { return rows_.green(y); }
-
-    void write(RGB8* out, std::size_t y, Span columns)
-    {
-        std::size_t const x = columns.first;
-        colour_row(out + x, rows_.green(y) + x, rows_.base(y) + x, rows_.tents(y) + x, rows_.tents(y - 1) + x,
-                   rows_.tents(y + 1) + x, columns.size(), holds_red<P>(y));
+        Span const green_rows = rows_of(green_span(height_), green_columns());
+        Span const colour_rows = rows_of(colour_span(height_), colour_span(width_));
+        Span const difference_rows =
+            colour_rows.empty() ? colour_rows : Span{colour_rows.first - 1, colour_rows.end + 1};
+        for (std::size_t y = 0; y < height_ + 3; ++y) {
+            if (y < height_)
+                this->load(y);
+            at(y, 2, green_rows, [this](std::size_t row) { make_green(row); });
+            at(y, 2, difference_rows, [this](std::size_t row) { make_differences(row); });
+            at(y, 3, colour_rows, [this](std::size_t row) { make_colours(row); });
+            at(y, 3, {0, height_}, [this](std::size_t row) { this->write(row, {0, width_}); });
+        }
     }
 
 private:
@@ -45,15 +47,54 @@ private:
         return width_ > 6 ? Span{2, (width_ - 3) & ~std::size_t{1}} : Span{0, 0};
     }
 
-    std::size_t width_, height_;
-    DifferenceRows rows_;
+    void make_green(std::size_t y)
+    {
+        unsigned const parity = colour_x<P>(y);
+        Span const sites = packed(green_columns(), parity);
+        std::size_t const i = sites.first;
+        interpolate_green(green_of_colour_[y] + i, colour_[y] + i, beside(green_, green_, y, parity, i),
+                          two_beside(colour_, y, i), sites.size());
+    }
+
+    /// The green that red and blue lean on: the sites' own, or for green-first patterns that one column to the left,
+    /// which is of the other kind.
+    Byte const* base(std::size_t y, unsigned parity, std::size_t i)
+    {
+        bool const is_green = parity != colour_x<P>(y);
+        Byte const* const own = is_green ? green_[y] : green_of_colour_[y];
+        Byte const* const left = is_green ? green_of_colour_[y] : green_[y];
+        return green_first<P> ? left + i + parity - 1 : own + i;
+    }
+
+    void make_differences(std::size_t y)
+    {
+        unsigned const parity = colour_x<P>(y);
+        Span const columns = colour_span(width_);
+        Span const sites = packed({columns.first - 1, columns.end + 1}, parity);
+        std::size_t const i = sites.first;
+        take_differences(differences_[y] + i, colour_[y] + i, base(y, parity, i), sites.size());
+    }
+
+    void make_colours(std::size_t y)
+    {
+        unsigned const parity = colour_x<P>(y);
+        Span const greens = packed(colour_span(width_), 1 - parity);
+        std::size_t i = greens.first;
+        interpolate_colours(this->own_of_green_[y] + i, this->other_of_green_[y] + i, base(y, 1 - parity, i),
+                            beside(differences_, differences_, y, 1 - parity, i), greens.size());
+        Span const colours = packed(colour_span(width_), parity);
+        i = colours.first;
+        interpolate_other(this->other_[y] + i, base(y, parity, i), diagonal(differences_, y, parity, i),
+                          colours.size());
+    }
+
+    RowRing<short, 4> differences_{this->sites()};
 };
 
 template <class P>
-void decode(RGB8* dst, unsigned char const* src, std::size_t width, std::size_t height)
+void decode(RGB8* dst, Byte const* src, std::size_t width, std::size_t height)
 {
-    Gradient<P> decoder(src, width, height);
-    decode_framed<P>(dst, src, width, height, decoder);
+    Gradient<P>(dst, src, width, height).decode();
 }
 
 } // namespace

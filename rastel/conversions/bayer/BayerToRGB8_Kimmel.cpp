@@ -108,77 +108,57 @@ unsigned char stored(float value)
     return static_cast<unsigned char>(static_cast<int>(limited));
 }
 
-// Rows. A row holds its red or blue samples, `colour`, in every other column, and green ones between them. Rows are
-// kept apart by kind of site, packed: the site in column 2 i + parity is element i. What lies two columns apart in the
-// image is then next to each other, and a site's neighbours in other rows are at the same place or one beside it.
+// Rows of packed sites.
 
-using Byte = unsigned char;
-
-Romboid around(Byte const* n, Byte const* s, Byte const* w, Byte const* e, std::size_t i)
+Romboid values(Cross<Byte> taps, std::size_t i)
 {
-    return {static_cast<float>(n[i]), static_cast<float>(s[i]), static_cast<float>(w[i]), static_cast<float>(e[i])};
+    return {static_cast<float>(taps.up[i]), static_cast<float>(taps.down[i]), static_cast<float>(taps.left[i]),
+            static_cast<float>(taps.right[i])};
 }
 
-Square corners(Byte const* nw, Byte const* ne, Byte const* sw, Byte const* se, std::size_t i)
+Square values(Diagonals<Byte> taps, std::size_t i)
 {
-    return {static_cast<float>(nw[i]), static_cast<float>(ne[i]), static_cast<float>(sw[i]), static_cast<float>(se[i])};
+    return {static_cast<float>(taps.up_left[i]), static_cast<float>(taps.up_right[i]),
+            static_cast<float>(taps.down_left[i]), static_cast<float>(taps.down_right[i])};
 }
 
-/// Pointers to the neighbours of a row's first site, in rows of packed sites.
-struct RomboidTaps {
-    Byte const *n, *s, *w, *e;
-};
-struct SquareTaps {
-    Byte const *nw, *ne, *sw, *se;
-};
-
-RASTEL_ROW_FUNCTION void green_row(Byte* __restrict out, Byte const* __restrict colour, RomboidTaps green,
-                                   RomboidTaps far, std::size_t count)
+RASTEL_ROW_FUNCTION void green_row(Byte* __restrict out, Byte const* __restrict colour, Cross<Byte> green,
+                                   Cross<Byte> far, std::size_t count)
 {
     for (std::size_t i = 0; i < count; ++i)
-        out[i] = stored(green_estimate(around(green.n, green.s, green.w, green.e, i),
-                                       around(far.n, far.s, far.w, far.e, i), colour[i]));
+        out[i] = stored(green_estimate(values(green, i), values(far, i), colour[i]));
 }
 
 RASTEL_ROW_FUNCTION void diagonal_row(Byte* __restrict out, Byte const* __restrict colour, Byte const* __restrict green,
-                                      SquareTaps diagonal, SquareTaps far, SquareTaps greens, std::size_t count)
+                                      Diagonals<Byte> diagonal, Diagonals<Byte> far, Diagonals<Byte> greens,
+                                      std::size_t count)
 {
     for (std::size_t i = 0; i < count; ++i)
-        out[i] = stored(diagonal_estimate(corners(diagonal.nw, diagonal.ne, diagonal.sw, diagonal.se, i),
-                                          corners(far.nw, far.ne, far.sw, far.se, i), colour[i],
-                                          corners(greens.nw, greens.ne, greens.sw, greens.se, i), green[i]));
+        out[i] = stored(diagonal_estimate(values(diagonal, i), values(far, i), colour[i], values(greens, i), green[i]));
 }
 
-RASTEL_ROW_FUNCTION void direct_row(Byte* __restrict out, Byte const* __restrict green, RomboidTaps colour,
-                                    RomboidTaps greens, RomboidTaps far_greens, std::size_t count)
+RASTEL_ROW_FUNCTION void direct_row(Byte* __restrict out, Byte const* __restrict green, Cross<Byte> colour,
+                                    Cross<Byte> greens, Cross<Byte> far_greens, std::size_t count)
 {
     for (std::size_t i = 0; i < count; ++i)
-        out[i] = stored(direct_estimate(around(colour.n, colour.s, colour.w, colour.e, i),
-                                        around(greens.n, greens.s, greens.w, greens.e, i),
-                                        around(far_greens.n, far_greens.s, far_greens.w, far_greens.e, i), green[i]));
+        out[i] = stored(direct_estimate(values(colour, i), values(greens, i), values(far_greens, i), green[i]));
 }
 
-RASTEL_ROW_FUNCTION void refine_colour_row(Byte* __restrict out, Byte const* __restrict green, SquareTaps colour,
-                                           SquareTaps greens, SquareTaps far_greens, std::size_t count)
+RASTEL_ROW_FUNCTION void refine_colour_row(Byte* __restrict out, Byte const* __restrict green, Diagonals<Byte> colour,
+                                           Diagonals<Byte> greens, Diagonals<Byte> far_greens, std::size_t count)
 {
     for (std::size_t i = 0; i < count; ++i)
-        out[i] =
-            stored(refined_colour(corners(colour.nw, colour.ne, colour.sw, colour.se, i),
-                                  corners(greens.nw, greens.ne, greens.sw, greens.se, i),
-                                  corners(far_greens.nw, far_greens.ne, far_greens.sw, far_greens.se, i), green[i]));
+        out[i] = stored(refined_colour(values(colour, i), values(greens, i), values(far_greens, i), green[i]));
 }
 
-/// In place: the green to the left and the one above are new ones already, those to the right and below still old.
-void refine_green_row(Byte* green, Byte const* own, RomboidTaps own_taps, Byte const* other, RomboidTaps other_taps,
-                      RomboidTaps greens, Byte const* far_n, Byte const* far_s, std::size_t count)
+/// In place: `far` is `green` itself to the left, where it holds new values already, and to the right, where the old
+/// ones are.
+void refine_green_row(Byte* green, Byte const* own, Cross<Byte> owns, Byte const* other, Cross<Byte> others,
+                      Cross<Byte> greens, Cross<Byte> far, std::size_t count)
 {
     for (std::size_t i = 0; i < count; ++i) {
-        Romboid const around_greens = around(greens.n, greens.s, greens.w, greens.e, i);
-        Romboid const far = around(far_n, far_s, green - 1, green + 1, i);
-        float const by_own = refined_green(around(own_taps.n, own_taps.s, own_taps.w, own_taps.e, i), own[i],
-                                           around_greens, far, green[i]);
-        float const by_other = refined_green(around(other_taps.n, other_taps.s, other_taps.w, other_taps.e, i),
-                                             other[i], around_greens, far, green[i]);
+        float const by_own = refined_green(values(owns, i), own[i], values(greens, i), values(far, i), green[i]);
+        float const by_other = refined_green(values(others, i), other[i], values(greens, i), values(far, i), green[i]);
         green[i] = stored((by_own + by_other) * 0.5F);
     }
 }
@@ -187,92 +167,53 @@ void refine_green_row(Byte* green, Byte const* own, RomboidTaps own_taps, Byte c
 Span raw_green_span(std::size_t size) { return size > 4 ? Span{2, (size - 1) & ~std::size_t{1}} : Span{0, 0}; }
 Span refined_span(std::size_t size) { return size > 8 ? Span{4, (size - 3) & ~std::size_t{1}} : Span{0, 0}; }
 
-/// The packed sites of columns with this parity.
-Span packed(Span columns, unsigned parity)
-{
-    return {(columns.first + 1 - parity) / 2, (columns.end + 1 - parity) / 2};
-}
-
-/// Each step follows the one before it as closely as the rows that it needs allow, so that a few rows are all that is
-/// ever kept. The order of refinement shows in the result only between greens two columns or two rows apart, where it
-/// is top to bottom and left to right here as in a walk by columns; colours don't depend on refined greens, so that
-/// their second and third refinement would give what the first one gave.
+/// The order of refinement shows in the result only between greens two columns or two rows apart, where it is top to
+/// bottom and left to right here as in a walk by columns. What colours are refined by is never refined itself, so that
+/// the second and third time would give what the first one gave.
 template <class P>
-class Kimmel
+class Kimmel : PackedDecoder<P, 16>
 {
+    using Base = PackedDecoder<P, 16>;
+    using Base::colour_, Base::green_of_colour_, Base::other_;
+    using Base::own_of_green_, Base::green_, Base::other_of_green_;
+    using Base::width_, Base::height_;
+    using typename Base::Ring;
+
 public:
-    Kimmel(RGB8* dst, Byte const* src, std::size_t width, std::size_t height)
-        : dst_(dst), src_(src), width_(width), height_(height)
-    {
-    }
+    using Base::Base;
 
     void decode()
     {
-        constexpr std::size_t lag = 10; // from reading a row to writing it
-        for (std::size_t y = 0; y < height_ + lag; ++y) {
+        Span const green_rows = rows_of(green_span(height_), green_span(width_));
+        Span const colour_rows = rows_of(colour_span(height_), colour_span(width_));
+        Span const refined_rows = rows_of(refined_span(height_), refined_span(width_));
+        for (std::size_t y = 0; y < height_ + 10; ++y) {
             if (y < height_)
-                load(y);
-            at(y, 2, green_span, [this](std::size_t row) { make_green(row); });
-            at(y, 3, colour_span, [this](std::size_t row) { make_diagonal(row); });
-            at(y, 4, refined_span, [this](std::size_t row) {
-                make_direct(row);
+                load_samples(y);
+            at(y, 2, green_rows, [this](std::size_t row) { make_green(row); });
+            at(y, 3, colour_rows, [this](std::size_t row) { make_other(row); });
+            at(y, 4, refined_rows, [this](std::size_t row) {
+                make_colours_of_green(row);
                 refine_colour(row);
             });
-            at(y, 6, refined_span, [this](std::size_t row) { refine_green(row, raw_colour_); });
-            at(y, 8, refined_span, [this](std::size_t row) { refine_green(row, colour_); });
-            at(y, 10, refined_span, [this](std::size_t row) { refine_green(row, colour_); });
-            if (y >= lag)
-                write(y - lag);
+            at(y, 6, refined_rows, [this](std::size_t row) { refine_green(row, raw_colour_); });
+            at(y, 8, refined_rows, [this](std::size_t row) { refine_green(row, colour_); });
+            at(y, 10, refined_rows, [this](std::size_t row) { refine_green(row, colour_); });
+            at(y, 10, {0, height_}, [this](std::size_t row) { this->write(row, {0, width_}); });
         }
     }
 
 private:
-    using Ring = RowRing<Byte, 16>;
-
-    std::size_t sites() const { return width_ / 2 + 1; }
-
-    /// Takes a step for the row `lag` rows back, if the step has sites there.
-    template <class Step>
-    void at(std::size_t y, std::size_t lag, Span (*span)(std::size_t), Step step)
+    /// Green counts as decoded inside its span alone; the samples are kept as they are beside what is refined.
+    void load_samples(std::size_t y)
     {
-        if (y >= lag && span(height_).holds(y - lag) && !span(width_).empty())
-            step(y - lag);
-    }
-
-    void load(std::size_t y)
-    {
-        unsigned const parity = colour_x<P>(y);
-        Byte const* const row = src_ + y * width_;
-        for (std::size_t x = parity; x < width_; x += 2)
-            raw_colour_[y][x / 2] = row[x];
-        for (std::size_t x = 1 - parity; x < width_; x += 2)
-            raw_green_[y][x / 2] = row[x];
-        std::copy_n(raw_colour_[y], sites(), colour_[y]);
-        for (Ring* const made_later : {&green_of_colour_, &green_, &other_, &own_of_green_, &other_of_green_})
-            std::fill_n((*made_later)[y], sites(), Byte{0});
-        if (raw_green_span(height_).holds(y)) {
-            Span const columns = packed(raw_green_span(width_), 1 - parity);
-            std::copy_n(raw_green_[y] + columns.first, columns.size(), green_[y] + columns.first);
-        }
-    }
-
-    /// The direct neighbours of site i, those above and below in one ring, those on both sides in another.
-    static RomboidTaps direct(Ring& vertical, Ring& horizontal, std::size_t y, unsigned parity, std::size_t i)
-    {
-        return {vertical[y - 1] + i, vertical[y + 1] + i, horizontal[y] + i - 1 + parity, horizontal[y] + i + parity};
-    }
-    static RomboidTaps two_away(Ring& ring, std::size_t y, std::size_t i)
-    {
-        return {ring[y - 2] + i, ring[y + 2] + i, ring[y] + i - 1, ring[y] + i + 1};
-    }
-    static SquareTaps diagonal(Ring& ring, std::size_t y, unsigned parity, std::size_t i)
-    {
-        return {ring[y - 1] + i - 1 + parity, ring[y - 1] + i + parity, ring[y + 1] + i - 1 + parity,
-                ring[y + 1] + i + parity};
-    }
-    static SquareTaps two_away_diagonal(Ring& ring, std::size_t y, std::size_t i)
-    {
-        return {ring[y - 2] + i - 1, ring[y - 2] + i + 1, ring[y + 2] + i - 1, ring[y + 2] + i + 1};
+        this->load(y);
+        std::copy_n(colour_[y], this->sites(), raw_colour_[y]);
+        std::copy_n(green_[y], this->sites(), raw_green_[y]);
+        bool const any = raw_green_span(height_).holds(y);
+        Span const greens = packed(any ? raw_green_span(width_) : Span{0, 0}, 1 - colour_x<P>(y));
+        std::fill_n(green_[y], greens.first, Byte{0});
+        std::fill_n(green_[y] + greens.end, this->sites() - greens.end, Byte{0});
     }
 
     void make_green(std::size_t y)
@@ -280,29 +221,29 @@ private:
         unsigned const parity = colour_x<P>(y);
         Span const sites = packed(green_span(width_), parity);
         std::size_t const i = sites.first;
-        green_row(green_of_colour_[y] + i, raw_colour_[y] + i, direct(raw_green_, raw_green_, y, parity, i),
-                  two_away(raw_colour_, y, i), sites.size());
+        green_row(green_of_colour_[y] + i, raw_colour_[y] + i, beside(raw_green_, raw_green_, y, parity, i),
+                  two_beside(raw_colour_, y, i), sites.size());
     }
 
-    void make_diagonal(std::size_t y)
+    void make_other(std::size_t y)
     {
         unsigned const parity = colour_x<P>(y);
         Span const sites = packed(colour_span(width_), parity);
         std::size_t const i = sites.first;
         diagonal_row(other_[y] + i, raw_colour_[y] + i, green_of_colour_[y] + i, diagonal(raw_colour_, y, parity, i),
-                     two_away_diagonal(raw_colour_, y, i), diagonal(green_of_colour_, y, parity, i), sites.size());
+                     two_diagonal(raw_colour_, y, i), diagonal(green_of_colour_, y, parity, i), sites.size());
     }
 
-    void make_direct(std::size_t y)
+    void make_colours_of_green(std::size_t y)
     {
         unsigned const parity = 1 - colour_x<P>(y);
         Span const sites = packed(refined_span(width_), parity);
         std::size_t const i = sites.first;
-        RomboidTaps const greens = direct(green_of_colour_, green_of_colour_, y, parity, i);
-        RomboidTaps const far_greens = two_away(green_, y, i);
-        direct_row(own_of_green_[y] + i, green_[y] + i, direct(other_, raw_colour_, y, parity, i), greens, far_greens,
+        auto const greens = beside(green_of_colour_, green_of_colour_, y, parity, i);
+        auto const far_greens = two_beside(green_, y, i);
+        direct_row(own_of_green_[y] + i, green_[y] + i, beside(other_, raw_colour_, y, parity, i), greens, far_greens,
                    sites.size());
-        direct_row(other_of_green_[y] + i, green_[y] + i, direct(raw_colour_, other_, y, parity, i), greens, far_greens,
+        direct_row(other_of_green_[y] + i, green_[y] + i, beside(raw_colour_, other_, y, parity, i), greens, far_greens,
                    sites.size());
     }
 
@@ -312,8 +253,7 @@ private:
         Span const sites = packed(refined_span(width_), parity);
         std::size_t const i = sites.first;
         refine_colour_row(colour_[y] + i, green_of_colour_[y] + i, diagonal(other_, y, parity, i),
-                          diagonal(green_of_colour_, y, parity, i), two_away_diagonal(green_of_colour_, y, i),
-                          sites.size());
+                          diagonal(green_of_colour_, y, parity, i), two_diagonal(green_of_colour_, y, i), sites.size());
     }
 
     void refine_green(std::size_t y, Ring& colour)
@@ -321,37 +261,13 @@ private:
         unsigned const parity = 1 - colour_x<P>(y);
         Span const sites = packed(refined_span(width_), parity);
         std::size_t const i = sites.first;
-        refine_green_row(green_[y] + i, own_of_green_[y] + i, direct(other_, colour, y, parity, i),
-                         other_of_green_[y] + i, direct(colour, other_, y, parity, i),
-                         direct(green_of_colour_, green_of_colour_, y, parity, i), green_[y - 2] + i, green_[y + 2] + i,
+        refine_green_row(green_[y] + i, own_of_green_[y] + i, beside(other_, colour, y, parity, i),
+                         other_of_green_[y] + i, beside(colour, other_, y, parity, i),
+                         beside(green_of_colour_, green_of_colour_, y, parity, i), two_beside(green_, y, i),
                          sites.size());
     }
 
-    void write(std::size_t y)
-    {
-        unsigned const parity = colour_x<P>(y);
-        RGB8* const out = dst_ + y * width_;
-        for (std::size_t x = parity; x < width_; x += 2) {
-            out[x].*own_channel<P>(y) = colour_[y][x / 2];
-            out[x].g = green_of_colour_[y][x / 2];
-            out[x].*other_channel<P>(y) = other_[y][x / 2];
-        }
-        for (std::size_t x = 1 - parity; x < width_; x += 2) {
-            out[x].*own_channel<P>(y) = own_of_green_[y][x / 2];
-            out[x].g = green_[y][x / 2];
-            out[x].*other_channel<P>(y) = other_of_green_[y][x / 2];
-        }
-    }
-
-    RGB8* dst_;
-    Byte const* src_;
-    std::size_t width_, height_;
-    // The samples:
-    Ring raw_colour_{sites()}, raw_green_{sites()};
-    // At red and blue sites: green, the row's own colour refined, and the other colour.
-    Ring green_of_colour_{sites()}, colour_{sites()}, other_{sites()};
-    // At green sites: green and both colours.
-    Ring green_{sites()}, own_of_green_{sites()}, other_of_green_{sites()};
+    Ring raw_colour_{this->sites()}, raw_green_{this->sites()};
 };
 
 template <class P>

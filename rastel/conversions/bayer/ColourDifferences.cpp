@@ -9,8 +9,10 @@ namespace
 constexpr Byte floored_mean(Byte a, Byte b) { return static_cast<Byte>((a & b) + ((a ^ b) >> 1)); }
 constexpr Byte distance(Byte a, Byte b) { return static_cast<Byte>(a > b ? a - b : b - a); }
 
-RASTEL_ROW_FUNCTION void green_row(Byte* __restrict out, Byte const* __restrict colour, Cross<Byte> green,
-                                   Cross<Byte> far, std::size_t count)
+} // namespace
+
+RASTEL_ROW_FUNCTION void interpolate_green(Byte* __restrict out, Byte const* __restrict colour, Cross<Byte> green,
+                                           Cross<Byte> far, std::size_t count)
 {
     for (std::size_t i = 0; i < count; ++i) {
         Byte const up = green.up[i];
@@ -29,15 +31,15 @@ RASTEL_ROW_FUNCTION void green_row(Byte* __restrict out, Byte const* __restrict 
     }
 }
 
-RASTEL_ROW_FUNCTION void difference_row(short* __restrict out, Byte const* __restrict colour,
-                                        Byte const* __restrict green, std::size_t count)
+RASTEL_ROW_FUNCTION void take_differences(short* __restrict out, Byte const* __restrict colour,
+                                          Byte const* __restrict green, std::size_t count)
 {
     for (std::size_t i = 0; i < count; ++i)
         out[i] = static_cast<short>(colour[i] - green[i]);
 }
 
-RASTEL_ROW_FUNCTION void colours_row(Byte* __restrict own, Byte* __restrict other, Byte const* __restrict green,
-                                     Cross<short> differences, std::size_t count)
+RASTEL_ROW_FUNCTION void interpolate_colours(Byte* __restrict own, Byte* __restrict other, Byte const* __restrict green,
+                                             Cross<short> differences, std::size_t count)
 {
     for (std::size_t i = 0; i < count; ++i) {
         short const horizontal = static_cast<short>(differences.left[i] + differences.right[i]);
@@ -47,36 +49,14 @@ RASTEL_ROW_FUNCTION void colours_row(Byte* __restrict own, Byte* __restrict othe
     }
 }
 
-RASTEL_ROW_FUNCTION void other_row(Byte* __restrict other, Byte const* __restrict green, Diagonals<short> differences,
-                                   std::size_t count)
+RASTEL_ROW_FUNCTION void interpolate_other(Byte* __restrict other, Byte const* __restrict green,
+                                           Diagonals<short> differences, std::size_t count)
 {
     for (std::size_t i = 0; i < count; ++i) {
         short const sum = static_cast<short>(differences.up_left[i] + differences.up_right[i] +
                                              differences.down_left[i] + differences.down_right[i]);
         other[i] = clamp_to_byte(plus_mean_of_4(green[i], sum));
     }
-}
-
-} // namespace
-
-void interpolate_green(Byte* out, Byte const* colour, Cross<Byte> green, Cross<Byte> far, std::size_t count)
-{
-    green_row(out, colour, green, far, count);
-}
-
-void take_differences(short* out, Byte const* colour, Byte const* green, std::size_t count)
-{
-    difference_row(out, colour, green, count);
-}
-
-void interpolate_colours(Byte* own, Byte* other, Byte const* green, Cross<short> differences, std::size_t count)
-{
-    colours_row(own, other, green, differences, count);
-}
-
-void interpolate_other(Byte* other, Byte const* green, Diagonals<short> differences, std::size_t count)
-{
-    other_row(other, green, differences, count);
 }
 
 } // namespace rastel::impl
