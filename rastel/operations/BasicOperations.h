@@ -159,8 +159,8 @@ private:
 namespace algorithms
 {
 
-/// Applies functor(output pixel, input pixel) to all pixels; `second` is checked for its size alone. Throws
-/// std::runtime_error if the three sizes differ.
+/// Calls functor(output pixels, input pixels, count) on the run of all pixels; `second` is checked for its size alone.
+/// Throws std::runtime_error if the three sizes differ.
 template <class Input, class Second, class Output, class Functor>
 Functor transform_self(Input const& input, Second const& second, Output& output, Functor functor);
 

@@ -29,8 +29,16 @@ struct TypedOperations {
     {
         if (dst.image_type_info()->id == Image::type_info()->id)
             return operation(typed(dst));
-        Image view(dst.width, dst.height, dst.buffer);
+        std::size_t const room = dst.buffer->Room();
+        bool const aligned = reinterpret_cast<std::uintptr_t>(dst.buffer->get()) % alignof(detail::Sample<T>) == 0;
+        // Memory of a caller's may lie where these samples can't; it is then worked on in a copy.
+        auto const memory = aligned ? dst.buffer : std::make_shared<impl::BufferType>(room, 0);
+        Image view(dst.width, dst.height, memory);
+        if (!aligned)
+            std::memcpy(memory->get(), dst.buffer->get(), room);
         operation(view);
+        if (!aligned)
+            std::memcpy(dst.buffer->get(), memory->get(), room);
     }
 
     static void fill(Rastel& image, int pixel) { Fill(typed(image), detail::pixel_in<T>(pixel)); }

@@ -105,6 +105,15 @@ TEST(EntryPoints, WorkOnADestinationOfAnotherTypeAsTheSources)
     EXPECT_EQ(std::vector<Mono8>(narrow.image.data(), narrow.image.data() + 3), (std::vector<Mono8>{1, 2, 3}));
 }
 
+TEST(EntryPoints, WorkOnADestinationThatLiesBetweenItsSamples)
+{
+    auto const deep = image_of<RastelMono16::Pixel>(2, 1, {0x0102, 0x0304});
+    std::vector<Mono8> memory(16, 0);
+    RastelMono8 odd(2, 1, memory.data() + 1, 4);
+    LinComb(deep, 2, static_cast<Rastel&>(odd));
+    EXPECT_EQ(memory, (std::vector<Mono8>{0, 4, 2, 8, 6, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+}
+
 TEST(Flags, HaveNamesInOrder)
 {
     RastelFlagSet flags(DOWNSAMPLE_2X);
