@@ -27,8 +27,7 @@ template <class T>
 class Guarded
 {
 public:
-    explicit Guarded(std::size_t count, unsigned seed = 77)
-        : bytes_(2 * zone + count * sizeof(T)), count_(count)
+    explicit Guarded(std::size_t count, unsigned seed = 77) : bytes_(2 * zone + count * sizeof(T)), count_(count)
     {
         auto const noise = random_values<unsigned char>(bytes_.size(), seed);
         bytes_ = noise;
@@ -59,8 +58,8 @@ template <class T>
 {
     for (std::size_t i = 0; i < width * height; ++i)
         if (std::memcmp(actual + i, expected + i, sizeof(T)) != 0)
-            return ::testing::AssertionFailure() << "at x " << i % width << ", y " << i / width << ": "
-                                                 << +actual[i] << " instead of " << +expected[i];
+            return ::testing::AssertionFailure() << "at x " << i % width << ", y " << i / width << ": " << +actual[i]
+                                                 << " instead of " << +expected[i];
     return ::testing::AssertionSuccess();
 }
 
