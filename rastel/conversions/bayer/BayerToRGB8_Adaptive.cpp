@@ -90,7 +90,8 @@ template <class P>
 class Adaptive : PackedDecoder<P, 8>
 {
     using Base = PackedDecoder<P, 8>;
-    using Base::colour_, Base::green_of_colour_, Base::green_;
+    using Base::colour_, Base::green_of_colour_, Base::other_;
+    using Base::own_of_green_, Base::green_, Base::other_of_green_;
     using Base::width_, Base::height_;
 
 public:
@@ -98,17 +99,15 @@ public:
 
     void decode()
     {
-        Span const green_rows = rows_of(green_span(height_), green_span(width_));
-        Span const colour_rows = rows_of(colour_span(height_), colour_span(width_));
+        Span const all{0, height_};
         for (std::size_t y = 0; y < height_ + 3; ++y) {
-            if (y < height_)
-                this->load(y);
-            at(y, 2, green_rows, [this](std::size_t row) { make_green(row); });
-            at(y, 3, colour_rows, [this](std::size_t row) {
+            at(y, 0, all, [this](std::size_t row) { this->load(row); });
+            at(y, 2, all, [this](std::size_t row) { make_green(row); });
+            at(y, 3, all, [this](std::size_t row) {
                 make_colours_of_green(row);
                 make_other(row);
+                this->write(row, {0, width_});
             });
-            at(y, 3, {0, height_}, [this](std::size_t row) { this->write(row, {0, width_}); });
         }
     }
 
@@ -116,7 +115,7 @@ private:
     void make_green(std::size_t y)
     {
         unsigned const parity = colour_x<P>(y);
-        Span const sites = packed(green_span(width_), parity);
+        Span const sites = this->begin_row(green_of_colour_[y], y, green_area(width_, height_), parity);
         std::size_t const i = sites.first;
         green_row(green_of_colour_[y] + i, colour_[y] + i, beside(green_, green_, y, parity, i),
                   two_beside(colour_, y, i), sites.size());
@@ -125,22 +124,23 @@ private:
     void make_colours_of_green(std::size_t y)
     {
         unsigned const parity = 1 - colour_x<P>(y);
-        Span const sites = packed(colour_span(width_), parity);
+        Area const area = colour_area(width_, height_);
+        Span const sites = this->begin_row(own_of_green_[y], y, area, parity);
+        this->begin_row(other_of_green_[y], y, area, parity);
         std::size_t const i = sites.first;
         auto const colour = beside(colour_, colour_, y, parity, i);
         auto const greens = beside(green_of_colour_, green_of_colour_, y, parity, i);
-        pair_row(this->own_of_green_[y] + i, green_[y] + i, colour.left, colour.right, greens.left, greens.right,
+        pair_row(own_of_green_[y] + i, green_[y] + i, colour.left, colour.right, greens.left, greens.right,
                  sites.size());
-        pair_row(this->other_of_green_[y] + i, green_[y] + i, colour.up, colour.down, greens.up, greens.down,
-                 sites.size());
+        pair_row(other_of_green_[y] + i, green_[y] + i, colour.up, colour.down, greens.up, greens.down, sites.size());
     }
 
     void make_other(std::size_t y)
     {
         unsigned const parity = colour_x<P>(y);
-        Span const sites = packed(colour_span(width_), parity);
+        Span const sites = this->begin_row(other_[y], y, colour_area(width_, height_), parity);
         std::size_t const i = sites.first;
-        diagonal_row(this->other_[y] + i, green_of_colour_[y] + i, diagonal(colour_, y, parity, i),
+        diagonal_row(other_[y] + i, green_of_colour_[y] + i, diagonal(colour_, y, parity, i),
                      diagonal(green_of_colour_, y, parity, i), sites.size());
     }
 };

@@ -30,8 +30,7 @@ public:
         Span const band{rows.start, rows.end};
         Span const with_neighbours{rows.start - (rows.start > 0 ? 1 : 0), std::min<std::size_t>(rows.end + 1, height_)};
         for (std::size_t y = rows.start - std::min(rows.start, 3u); y < band.end + 3; ++y) {
-            if (y < height_)
-                this->load(y);
+            at(y, 0, {0, height_}, [this](std::size_t row) { this->load(row); });
             at(y, 2, with_neighbours, [this](std::size_t row) { make_green(row); });
             at(y, 3, band, [this](std::size_t row) {
                 Span const columns = inner_columns(row);

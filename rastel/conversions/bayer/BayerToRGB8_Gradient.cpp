@@ -17,7 +17,8 @@ template <class P>
 class Gradient : PackedDecoder<P, 8>
 {
     using Base = PackedDecoder<P, 8>;
-    using Base::colour_, Base::green_of_colour_, Base::green_;
+    using Base::colour_, Base::green_of_colour_, Base::other_;
+    using Base::own_of_green_, Base::green_, Base::other_of_green_;
     using Base::width_, Base::height_;
 
 public:
@@ -25,35 +26,24 @@ public:
 
     void decode()
     {
-        Span const green_rows = rows_of(green_span(height_), green_columns());
-        Span const colour_rows = rows_of(colour_span(height_), colour_span(width_));
-        Span const difference_rows =
-            colour_rows.empty() ? colour_rows : Span{colour_rows.first - 1, colour_rows.end + 1};
+        Span const all{0, height_};
         for (std::size_t y = 0; y < height_ + 3; ++y) {
-            if (y < height_)
-                this->load(y);
-            at(y, 2, green_rows, [this](std::size_t row) { make_green(row); });
-            at(y, 2, difference_rows, [this](std::size_t row) { make_differences(row); });
-            at(y, 3, colour_rows, [this](std::size_t row) { make_colours(row); });
-            at(y, 3, {0, height_}, [this](std::size_t row) { this->write(row, {0, width_}); });
+            at(y, 0, all, [this](std::size_t row) { this->load(row); });
+            at(y, 2, all, [this](std::size_t row) { make_green(row); });
+            at(y, 3, all, [this](std::size_t row) {
+                make_colours(row);
+                this->write(row, {0, width_});
+            });
         }
     }
 
 private:
-    Span green_columns() const
+    Area greens() const
     {
-        if (!green_first<P>)
-            return green_span(width_);
-        return width_ > 6 ? Span{2, (width_ - 3) & ~std::size_t{1}} : Span{0, 0};
-    }
-
-    void make_green(std::size_t y)
-    {
-        unsigned const parity = colour_x<P>(y);
-        Span const sites = packed(green_columns(), parity);
-        std::size_t const i = sites.first;
-        interpolate_green(green_of_colour_[y] + i, colour_[y] + i, beside(green_, green_, y, parity, i),
-                          two_beside(colour_, y, i), sites.size());
+        Area area = green_area(width_, height_);
+        if (green_first<P>)
+            area.columns = width_ > 6 ? Span{2, (width_ - 3) & ~std::size_t{1}} : Span{0, 0};
+        return area;
     }
 
     /// The green that red and blue lean on: the sites' own, or for green-first patterns that one column to the left,
@@ -66,26 +56,35 @@ private:
         return green_first<P> ? left + i + parity - 1 : own + i;
     }
 
-    void make_differences(std::size_t y)
+    void make_green(std::size_t y)
     {
         unsigned const parity = colour_x<P>(y);
+        Span sites = this->begin_row(green_of_colour_[y], y, greens(), parity);
+        std::size_t i = sites.first;
+        interpolate_green(green_of_colour_[y] + i, colour_[y] + i, beside(green_, green_, y, parity, i),
+                          two_beside(colour_, y, i), sites.size());
+
         Span const columns = colour_span(width_);
-        Span const sites = packed({columns.first - 1, columns.end + 1}, parity);
-        std::size_t const i = sites.first;
+        if (columns.empty())
+            return;
+        sites = packed({columns.first - 1, columns.end + 1}, parity);
+        i = sites.first;
         take_differences(differences_[y] + i, colour_[y] + i, base(y, parity, i), sites.size());
     }
 
     void make_colours(std::size_t y)
     {
-        unsigned const parity = colour_x<P>(y);
-        Span const greens = packed(colour_span(width_), 1 - parity);
-        std::size_t i = greens.first;
-        interpolate_colours(this->own_of_green_[y] + i, this->other_of_green_[y] + i, base(y, 1 - parity, i),
-                            beside(differences_, differences_, y, 1 - parity, i), greens.size());
-        Span const colours = packed(colour_span(width_), parity);
-        i = colours.first;
-        interpolate_other(this->other_[y] + i, base(y, parity, i), diagonal(differences_, y, parity, i),
-                          colours.size());
+        Area const area = colour_area(width_, height_);
+        unsigned parity = 1 - colour_x<P>(y);
+        Span sites = this->begin_row(own_of_green_[y], y, area, parity);
+        sites = this->begin_row(other_of_green_[y], y, area, parity);
+        std::size_t i = sites.first;
+        interpolate_colours(own_of_green_[y] + i, other_of_green_[y] + i, base(y, parity, i),
+                            beside(differences_, differences_, y, parity, i), sites.size());
+        parity = colour_x<P>(y);
+        sites = this->begin_row(other_[y], y, area, parity);
+        i = sites.first;
+        interpolate_other(other_[y] + i, base(y, parity, i), diagonal(differences_, y, parity, i), sites.size());
     }
 
     RowRing<short, 4> differences_{this->sites()};

@@ -10,6 +10,10 @@
 using namespace rastel;
 using namespace rastel::impl;
 
+// Row functions are compiled for several processors; what they call takes on their instructions by becoming part of
+// them.
+#define INLINE [[gnu::always_inline]] inline
+
 namespace
 {
 
@@ -26,13 +30,13 @@ struct Square {
 
 constexpr float diagonal_length = 2.828427F; // two steps along a diagonal
 
-float one_plus_square(float a) { return std::fma(a, a, 1.0F); }
-float weight(float one_plus_a_square, float b) { return 1.0F / std::sqrt(std::fma(b, b, one_plus_a_square)); }
-float at_least_1(float value) { return value < 1.0F ? 1.0F : value; } // a NaN stays
+INLINE float one_plus_square(float a) { return std::fma(a, a, 1.0F); }
+INLINE float weight(float one_plus_a_square, float b) { return 1.0F / std::sqrt(std::fma(b, b, one_plus_a_square)); }
+INLINE float at_least_1(float value) { return value < 1.0F ? 1.0F : value; } // a NaN stays
 
 /// Weights by the slope across the site in one channel and the slope from the site outwards in another: `near` holds
 /// the direct neighbours in the one, `far` the neighbours two pixels off, and `site` the site itself, in the other.
-Romboid edge_weights(Romboid near, Romboid far, float site)
+INLINE Romboid edge_weights(Romboid near, Romboid far, float site)
 {
     float const vertical = one_plus_square((near.n - near.s) * 0.5F);
     float const horizontal = one_plus_square((near.w - near.e) * 0.5F);
@@ -40,7 +44,7 @@ Romboid edge_weights(Romboid near, Romboid far, float site)
             weight(horizontal, (far.w - site) * 0.5F), weight(horizontal, (site - far.e) * 0.5F)};
 }
 
-Square edge_weights(Square near, Square far, float site)
+INLINE Square edge_weights(Square near, Square far, float site)
 {
     float const main = one_plus_square((near.nw - near.se) / diagonal_length);
     float const anti = one_plus_square((near.ne - near.sw) / diagonal_length);
@@ -48,7 +52,7 @@ Square edge_weights(Square near, Square far, float site)
             weight(anti, (site - far.sw) / diagonal_length), weight(main, (site - far.se) / diagonal_length)};
 }
 
-float mean(Romboid value, Romboid weight)
+INLINE float mean(Romboid value, Romboid weight)
 {
     float const sum =
         std::fma(value.s, weight.s, std::fma(value.e, weight.e, std::fma(value.n, weight.n, value.w * weight.w)));
@@ -56,53 +60,53 @@ float mean(Romboid value, Romboid weight)
 }
 
 /// The same with the two first products in the other order.
-float mean_from_n(Romboid value, Romboid weight)
+INLINE float mean_from_n(Romboid value, Romboid weight)
 {
     float const sum =
         std::fma(value.s, weight.s, std::fma(value.e, weight.e, std::fma(value.w, weight.w, value.n * weight.n)));
     return sum / (((weight.w + weight.n) + weight.e) + weight.s);
 }
 
-float mean(Square value, Square weight)
+INLINE float mean(Square value, Square weight)
 {
     float const sum = std::fma(value.se, weight.se,
                                std::fma(value.sw, weight.sw, std::fma(value.nw, weight.nw, value.ne * weight.ne)));
     return sum / (((weight.ne + weight.nw) + weight.sw) + weight.se);
 }
 
-Romboid ratio(Romboid a, Romboid b) { return {a.n / b.n, a.s / b.s, a.w / b.w, a.e / b.e}; }
-Square ratio(Square a, Square b) { return {a.nw / b.nw, a.ne / b.ne, a.sw / b.sw, a.se / b.se}; }
+INLINE Romboid ratio(Romboid a, Romboid b) { return {a.n / b.n, a.s / b.s, a.w / b.w, a.e / b.e}; }
+INLINE Square ratio(Square a, Square b) { return {a.nw / b.nw, a.ne / b.ne, a.sw / b.sw, a.se / b.se}; }
 
 // The estimates of one site.
 
-float green_estimate(Romboid green, Romboid far, float site)
+INLINE float green_estimate(Romboid green, Romboid far, float site)
 {
     return at_least_1(mean(green, edge_weights(green, far, site)));
 }
 
-float diagonal_estimate(Square colour, Square far, float site, Square greens, float green)
+INLINE float diagonal_estimate(Square colour, Square far, float site, Square greens, float green)
 {
     return at_least_1(mean(ratio(colour, greens), edge_weights(colour, far, site)) * green);
 }
 
-float direct_estimate(Romboid colour, Romboid greens, Romboid far_greens, float green)
+INLINE float direct_estimate(Romboid colour, Romboid greens, Romboid far_greens, float green)
 {
     return at_least_1(mean(ratio(colour, greens), edge_weights(colour, far_greens, green)) * green);
 }
 
-float refined_green(Romboid colour, float site, Romboid greens, Romboid far_greens, float green)
+INLINE float refined_green(Romboid colour, float site, Romboid greens, Romboid far_greens, float green)
 {
     Romboid const divisor{at_least_1(colour.n), at_least_1(colour.s), at_least_1(colour.w), at_least_1(colour.e)};
     return site * mean_from_n(ratio(greens, divisor), edge_weights(colour, far_greens, green));
 }
 
-float refined_colour(Square colour, Square greens, Square far_greens, float green)
+INLINE float refined_colour(Square colour, Square greens, Square far_greens, float green)
 {
     return green * mean(ratio(colour, greens), edge_weights(colour, far_greens, green));
 }
 
 /// Truncates and limits; a NaN becomes 0. The cast's range is that of a byte.
-unsigned char stored(float value)
+INLINE unsigned char stored(float value)
 {
     float const limited = value > 0.0F ? (value < 255.0F ? value : 255.0F) : 0.0F;
     return static_cast<unsigned char>(static_cast<int>(limited));
@@ -110,13 +114,13 @@ unsigned char stored(float value)
 
 // Rows of packed sites.
 
-Romboid values(Cross<Byte> taps, std::size_t i)
+INLINE Romboid values(Cross<Byte> taps, std::size_t i)
 {
     return {static_cast<float>(taps.up[i]), static_cast<float>(taps.down[i]), static_cast<float>(taps.left[i]),
             static_cast<float>(taps.right[i])};
 }
 
-Square values(Diagonals<Byte> taps, std::size_t i)
+INLINE Square values(Diagonals<Byte> taps, std::size_t i)
 {
     return {static_cast<float>(taps.up_left[i]), static_cast<float>(taps.up_right[i]),
             static_cast<float>(taps.down_left[i]), static_cast<float>(taps.down_right[i])};
@@ -151,16 +155,38 @@ RASTEL_ROW_FUNCTION void refine_colour_row(Byte* __restrict out, Byte const* __r
         out[i] = stored(refined_colour(values(colour, i), values(greens, i), values(far_greens, i), green[i]));
 }
 
-/// In place: `far` is `green` itself to the left, where it holds new values already, and to the right, where the old
-/// ones are.
-void refine_green_row(Byte* green, Byte const* own, Cross<Byte> owns, Byte const* other, Cross<Byte> others,
-                      Cross<Byte> greens, Cross<Byte> far, std::size_t count)
+/// What the refinement of green reads: for either colour its value at the site and at the neighbours, then the greens.
+struct RefinementTaps {
+    Byte const* own;
+    Cross<Byte> owns;
+    Byte const* other;
+    Cross<Byte> others;
+    Byte const* green;
+    Cross<Byte> greens, far_greens;
+};
+
+INLINE Byte refined_green_at(RefinementTaps const& taps, std::size_t i)
 {
-    for (std::size_t i = 0; i < count; ++i) {
-        float const by_own = refined_green(values(owns, i), own[i], values(greens, i), values(far, i), green[i]);
-        float const by_other = refined_green(values(others, i), other[i], values(greens, i), values(far, i), green[i]);
-        green[i] = stored((by_own + by_other) * 0.5F);
-    }
+    Romboid const greens = values(taps.greens, i);
+    Romboid const far = values(taps.far_greens, i);
+    float const by_own = refined_green(values(taps.owns, i), taps.own[i], greens, far, taps.green[i]);
+    float const by_other = refined_green(values(taps.others, i), taps.other[i], greens, far, taps.green[i]);
+    return stored((by_own + by_other) * 0.5F);
+}
+
+RASTEL_ROW_FUNCTION void refine_green_row(Byte* __restrict out, RefinementTaps taps, std::size_t count)
+{
+    for (std::size_t i = 0; i < count; ++i)
+        out[i] = refined_green_at(taps, i);
+}
+
+/// Makes again what was made from another left neighbour than the one that is there now. taps.far_greens.left is
+/// `out` itself.
+RASTEL_ROW_FUNCTION void correct_green_row(Byte* out, Byte const* left_before, RefinementTaps taps, std::size_t count)
+{
+    for (std::size_t i = 0; i < count; ++i)
+        if (taps.far_greens.left[i] != left_before[i])
+            out[i] = refined_green_at(taps, i);
 }
 
 /// Rows and columns of the decoder's steps: pairs from `first` on.
@@ -184,42 +210,36 @@ public:
 
     void decode()
     {
-        Span const green_rows = rows_of(green_span(height_), green_span(width_));
-        Span const colour_rows = rows_of(colour_span(height_), colour_span(width_));
-        Span const refined_rows = rows_of(refined_span(height_), refined_span(width_));
+        Span const all{0, height_};
         for (std::size_t y = 0; y < height_ + 10; ++y) {
-            if (y < height_)
-                load_samples(y);
-            at(y, 2, green_rows, [this](std::size_t row) { make_green(row); });
-            at(y, 3, colour_rows, [this](std::size_t row) { make_other(row); });
-            at(y, 4, refined_rows, [this](std::size_t row) {
+            at(y, 0, all, [this](std::size_t row) { load_samples(row); });
+            at(y, 2, all, [this](std::size_t row) { make_green(row); });
+            at(y, 3, all, [this](std::size_t row) { make_other(row); });
+            at(y, 4, all, [this](std::size_t row) {
                 make_colours_of_green(row);
                 refine_colour(row);
             });
-            at(y, 6, refined_rows, [this](std::size_t row) { refine_green(row, raw_colour_); });
-            at(y, 8, refined_rows, [this](std::size_t row) { refine_green(row, colour_); });
-            at(y, 10, refined_rows, [this](std::size_t row) { refine_green(row, colour_); });
-            at(y, 10, {0, height_}, [this](std::size_t row) { this->write(row, {0, width_}); });
+            at(y, 6, refined_.rows, [this](std::size_t row) { refine_green(row, raw_colour_); });
+            at(y, 8, refined_.rows, [this](std::size_t row) { refine_green(row, colour_); });
+            at(y, 10, refined_.rows, [this](std::size_t row) { refine_green(row, colour_); });
+            at(y, 10, all, [this](std::size_t row) { this->write(row, {0, width_}); });
         }
     }
 
 private:
-    /// Green counts as decoded inside its span alone; the samples are kept as they are beside what is refined.
+    /// Green counts as decoded inside its area alone; the samples are kept as they are beside what is refined.
     void load_samples(std::size_t y)
     {
         this->load(y);
         std::copy_n(colour_[y], this->sites(), raw_colour_[y]);
         std::copy_n(green_[y], this->sites(), raw_green_[y]);
-        bool const any = raw_green_span(height_).holds(y);
-        Span const greens = packed(any ? raw_green_span(width_) : Span{0, 0}, 1 - colour_x<P>(y));
-        std::fill_n(green_[y], greens.first, Byte{0});
-        std::fill_n(green_[y] + greens.end, this->sites() - greens.end, Byte{0});
+        this->begin_row(green_[y], y, {raw_green_span(height_), raw_green_span(width_)}, 1 - colour_x<P>(y));
     }
 
     void make_green(std::size_t y)
     {
         unsigned const parity = colour_x<P>(y);
-        Span const sites = packed(green_span(width_), parity);
+        Span const sites = this->begin_row(green_of_colour_[y], y, green_area(width_, height_), parity);
         std::size_t const i = sites.first;
         green_row(green_of_colour_[y] + i, raw_colour_[y] + i, beside(raw_green_, raw_green_, y, parity, i),
                   two_beside(raw_colour_, y, i), sites.size());
@@ -228,7 +248,7 @@ private:
     void make_other(std::size_t y)
     {
         unsigned const parity = colour_x<P>(y);
-        Span const sites = packed(colour_span(width_), parity);
+        Span const sites = this->begin_row(other_[y], y, colour_area(width_, height_), parity);
         std::size_t const i = sites.first;
         diagonal_row(other_[y] + i, raw_colour_[y] + i, green_of_colour_[y] + i, diagonal(raw_colour_, y, parity, i),
                      two_diagonal(raw_colour_, y, i), diagonal(green_of_colour_, y, parity, i), sites.size());
@@ -237,7 +257,8 @@ private:
     void make_colours_of_green(std::size_t y)
     {
         unsigned const parity = 1 - colour_x<P>(y);
-        Span const sites = packed(refined_span(width_), parity);
+        Span const sites = this->begin_row(own_of_green_[y], y, refined_, parity);
+        this->begin_row(other_of_green_[y], y, refined_, parity);
         std::size_t const i = sites.first;
         auto const greens = beside(green_of_colour_, green_of_colour_, y, parity, i);
         auto const far_greens = two_beside(green_, y, i);
@@ -249,25 +270,44 @@ private:
 
     void refine_colour(std::size_t y)
     {
+        if (!refined_.rows.holds(y))
+            return;
         unsigned const parity = colour_x<P>(y);
-        Span const sites = packed(refined_span(width_), parity);
+        Span const sites = packed(refined_.columns, parity);
         std::size_t const i = sites.first;
         refine_colour_row(colour_[y] + i, green_of_colour_[y] + i, diagonal(other_, y, parity, i),
                           diagonal(green_of_colour_, y, parity, i), two_diagonal(green_of_colour_, y, i), sites.size());
     }
 
+    /// Works from left to right in place, each site with its left neighbour refined already. That neighbour seldom
+    /// decides the byte, so the row is made twice at the full speed of vectors, with the old neighbours and with those
+    /// that this gives, and then corrected where the neighbour has changed again.
     void refine_green(std::size_t y, Ring& colour)
     {
         unsigned const parity = 1 - colour_x<P>(y);
-        Span const sites = packed(refined_span(width_), parity);
+        Span const sites = packed(refined_.columns, parity);
         std::size_t const i = sites.first;
-        refine_green_row(green_[y] + i, own_of_green_[y] + i, beside(other_, colour, y, parity, i),
-                         other_of_green_[y] + i, beside(colour, other_, y, parity, i),
-                         beside(green_of_colour_, green_of_colour_, y, parity, i), two_beside(green_, y, i),
-                         sites.size());
+        Byte* const green = green_[y] + i;
+        RefinementTaps taps{own_of_green_[y] + i,
+                            beside(other_, colour, y, parity, i),
+                            other_of_green_[y] + i,
+                            beside(colour, other_, y, parity, i),
+                            green,
+                            beside(green_of_colour_, green_of_colour_, y, parity, i),
+                            two_beside(green_, y, i)};
+        guess_.front() = refined_green_.front() = green[-1];
+        refine_green_row(guess_.data() + 1, taps, sites.size());
+        taps.far_greens.left = guess_.data();
+        refine_green_row(refined_green_.data() + 1, taps, sites.size());
+        taps.far_greens.left = refined_green_.data();
+        correct_green_row(refined_green_.data() + 1, guess_.data(), taps, sites.size());
+        std::copy_n(refined_green_.data() + 1, sites.size(), green);
     }
 
+    Area const refined_{refined_span(height_), refined_span(width_)};
     Ring raw_colour_{this->sites()}, raw_green_{this->sites()};
+    std::vector<Byte> guess_ = std::vector<Byte>(this->sites() + 1);
+    std::vector<Byte> refined_green_ = guess_;
 };
 
 template <class P>

@@ -15,7 +15,7 @@ inline Span green_span(std::size_t size) { return size > 4 ? Span{2, size - 2} :
 /// odd size.
 inline Span colour_span(std::size_t size) { return size > 6 ? Span{3, (size - 3) | 1} : Span{0, 0}; }
 
-/// The rows of a step; none if it has no columns.
-inline Span rows_of(Span rows, Span columns) { return columns.empty() ? Span{0, 0} : rows; }
+inline Area green_area(std::size_t width, std::size_t height) { return {green_span(height), green_span(width)}; }
+inline Area colour_area(std::size_t width, std::size_t height) { return {colour_span(height), colour_span(width)}; }
 
 } // namespace rastel::impl

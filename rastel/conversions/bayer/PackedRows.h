@@ -31,6 +31,10 @@ struct Span {
     bool holds(std::size_t i) const { return i >= first && i < end; }
 };
 
+struct Area {
+    Span rows, columns;
+};
+
 /// The elements of the columns with this parity.
 inline Span packed(Span columns, unsigned parity)
 {
@@ -109,14 +113,13 @@ void split_row(Byte* even, Byte* odd, Byte const* row, std::size_t width);
 class PixelRows
 {
 public:
-    explicit PixelRows(std::size_t width) : width_(width), r_(width), g_(width), b_(width) {}
+    explicit PixelRows(std::size_t width) : r_(width), g_(width), b_(width) {}
 
     /// Writes the pixels of `columns`. `parity` is that of the columns of the row's own colour.
     void write(RGB8* out, bool red_row, unsigned parity, SiteChannels const& colour_sites,
                SiteChannels const& green_sites, Span columns);
 
 private:
-    std::size_t width_;
     std::vector<Byte> r_, g_, b_;
 };
 
@@ -137,14 +140,21 @@ protected:
     /// Elements of a packed row, at most.
     std::size_t sites() const { return width_ / 2 + 1; }
 
-    /// Takes the samples of a row; all that is computed from them is 0 until it is made.
+    /// Takes the samples of a row.
     void load(std::size_t y)
     {
         bool const colour_first = colour_x<P>(y) == 0;
         split_row(colour_first ? colour_[y] : green_[y], colour_first ? green_[y] : colour_[y], src_ + y * width_,
                   width_);
-        for (Ring* const ring : {&green_of_colour_, &other_, &own_of_green_, &other_of_green_})
-            std::fill_n((*ring)[y], sites(), Byte{0});
+    }
+
+    /// The sites of a row that are made, of those with this parity; the others become 0.
+    Span begin_row(Byte* row, std::size_t y, Area const& area, unsigned parity) const
+    {
+        Span const made = area.rows.holds(y) ? packed(area.columns, parity) : Span{0, 0};
+        std::fill_n(row, made.first, Byte{0});
+        std::fill_n(row + made.end, sites() - made.end, Byte{0});
+        return made;
     }
 
     void write(std::size_t y, Span columns)
