@@ -7,7 +7,7 @@
 namespace
 {
 
-std::uint64_t squared(int difference) { return static_cast<std::uint64_t>(difference * difference); }
+std::uint64_t squared(int difference) { return static_cast<unsigned int>(difference * difference); }
 
 } // namespace
 

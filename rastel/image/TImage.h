@@ -109,8 +109,8 @@ public:
         copy_pixels(other, bytes());
     }
 
-    /// The other becomes an empty image.
-    TImage(TImage&& other)
+    /// The other becomes an empty image. An empty image's properties take memory, hence no noexcept.
+    TImage(TImage&& other) // NOLINT(performance-noexcept-move-constructor)
     {
         swap_geometry(other);
         properties.swap(other.properties);
@@ -131,7 +131,7 @@ public:
     }
 
     /// The other becomes an empty image.
-    TImage& operator=(TImage&& other)
+    TImage& operator=(TImage&& other) // NOLINT(performance-noexcept-move-constructor)
     {
         if (this == &other)
             return *this;
