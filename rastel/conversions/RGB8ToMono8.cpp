@@ -58,7 +58,7 @@ TImage<unsigned char>& convert(TImage<RGB> const& src, TImage<unsigned char>& ds
         return dst;
     RastelFlagSet const flags = conversion_flags(dst);
     Path const path = sampling_path(src, dst, flags.test(NEAREST));
-    if (flags.test(COLOR_CHANNELS_AVERAGE)) // before all others, and the default as well
+    if (flags.test(COLOR_CHANNELS_AVERAGE))              // before all others, and the default as well
         convert_mixed<channels_average>(src, dst, path); // NOLINT(bugprone-branch-clone)
     else if (flags.test(COLOR_CHANNELS_STANDARD_COEFFICIENTS))
         convert_mixed<channels_standard_coefficients>(src, dst, path);
