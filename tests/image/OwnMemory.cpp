@@ -1,0 +1,160 @@
+#include "ImageHelpers.h"
+
+#include <rastel/rastel.h>
+
+#include <limits>
+#include <memory>
+#include <stdexcept>
+
+namespace
+{
+
+using namespace rastel;
+
+constexpr unsigned int width = 7, height = 5;
+
+/// The text of the failure, which has to be a std::invalid_argument.
+template <class F>
+std::string failure(F const& call)
+{
+    try {
+        call();
+    } catch (std::invalid_argument const& refused) {
+        return refused.what();
+    }
+    return "nothing thrown";
+}
+
+template <class T>
+class OwnMemory : public ::testing::Test
+{
+};
+TYPED_TEST_SUITE(OwnMemory, test::AllPixelTypes);
+
+TYPED_TEST(OwnMemory, IsWrappedByTypeAndByRecord)
+{
+    test::Guarded<TypeParam> frame(width * height);
+    std::size_t const room = sizeof(TypeParam) * width * height;
+    int released = 0;
+    auto const release = [&](void* address) { released += address == frame.data(); };
+    auto const expected = test::random_image<TypeParam>(width, height, 3);
+    {
+        auto typed = wrap<TypeParam>(width, height, frame.data(), room, release);
+        auto const untyped =
+            wrap(*TImage<TypeParam>::type_info(), width, height, static_cast<void*>(frame.data()), room, release);
+        EXPECT_EQ(typed.data(), frame.data());
+        EXPECT_EQ(untyped->buffer->get(), frame.data());
+        EXPECT_EQ(untyped->buffer->Room(), room);
+        EXPECT_EQ(untyped->image_type_info(), TImage<TypeParam>::type_info());
+        typed = expected;
+        EXPECT_TRUE(test::same_pixels(dynamic_cast<TImage<TypeParam>&>(*untyped), expected));
+        EXPECT_EQ(released, 0);
+    }
+    EXPECT_EQ(released, 2);
+    EXPECT_TRUE(frame.guards_intact());
+    EXPECT_EQ(make_image(*TImage<TypeParam>::type_info(), 3, 2)->buffer->Size(), 6 * sizeof(TypeParam));
+}
+
+TYPED_TEST(OwnMemory, RowsWithGapsAreCopiedInAndOut)
+{
+    auto const expected = test::random_image<TypeParam>(width, height, 4);
+    std::size_t const row = width * sizeof(TypeParam);
+    for (std::ptrdiff_t const stride : {static_cast<std::ptrdiff_t>(row), static_cast<std::ptrdiff_t>(row + 5),
+                                        -static_cast<std::ptrdiff_t>(row), -static_cast<std::ptrdiff_t>(row + 3)}) {
+        SCOPED_TRACE(stride);
+        std::size_t const step = static_cast<std::size_t>(std::abs(stride));
+        std::size_t const room = (height - 1) * step + row;
+        test::Guarded<unsigned char> frame(room + 1); // starts at an odd address
+        unsigned char* const lowest = frame.data() + 1;
+        unsigned char* const first = lowest + (stride < 0 ? (height - 1) * step : 0);
+
+        copy_rows_out(expected, first, stride, room);
+        auto const* const pixels = reinterpret_cast<unsigned char const*>(expected.data());
+        for (std::size_t i = 0; i < room; ++i) {
+            std::size_t const y = stride < 0 ? height - 1 - i / step : i / step;
+            ASSERT_EQ(lowest[i], i % step < row ? pixels[y * row + i % step] : frame.before()[i + 1]) << i;
+        }
+        EXPECT_TRUE(frame.guards_intact());
+
+        TImage<TypeParam> back(width, height);
+        copy_rows_in(first, stride, room, back);
+        EXPECT_TRUE(test::same_pixels(back, expected));
+    }
+}
+
+TEST(OwnMemory, WalksBehindTheLastPixelStopWhereTheRoomEnds)
+{
+    // A half turn puts the source's first pixel behind the destination's last one.
+    auto const source = test::random_image<unsigned short>(width, height, 5);
+    std::size_t const count = source.pixels;
+    for (std::size_t const room : {count, count + 1}) {
+        test::Guarded<unsigned short> frame(count + 1);
+        auto image = wrap<unsigned short>(width, height, frame.data(), room * sizeof(unsigned short));
+        Rotate(source, image, 180.0, ANGLE_DEGREES);
+        EXPECT_EQ(frame[count - 1], source.data()[1]);
+        EXPECT_EQ(frame[count], room == count ? frame.before()[count] : source.data()[0]);
+        EXPECT_TRUE(frame.guards_intact());
+    }
+}
+
+TEST(OwnMemory, RefusesFramesThatDoNotFit)
+{
+    std::vector<unsigned short> frame(30);
+    void* const address = frame.data();
+    int released = 0;
+    auto const release = [&](void*) { ++released; };
+    RastelMono16 image(5, 4);
+    test::dirty(image);
+    auto const before = test::pixels_of(image);
+    struct Unknown : Rastel {
+        ImageTypeRecord record{300};
+        ImageTypeRecord const* image_type_info() const override { return &record; }
+    } unknown;
+
+    auto const wrapping = [&](void* at, std::size_t room) {
+        auto const typed = failure([&] { wrap<unsigned short>(5, 4, at, room, release); });
+        EXPECT_EQ(failure([&] { wrap(*RastelMono16::type_info(), 5, 4, at, room, release); }), typed);
+        return typed;
+    };
+    EXPECT_EQ(wrapping(nullptr, 40), "rastel::wrap: no address");
+    EXPECT_EQ(wrapping(static_cast<char*>(address) + 1, 40),
+              "rastel::wrap: an address that isn't aligned for the samples");
+    EXPECT_EQ(wrapping(address, 39), "rastel::wrap: less room than the pixels need");
+    EXPECT_EQ(failure([&] { wrap(unknown.record, 5, 4, address, 40); }),
+              "rastel::wrap: not an image type of the library's");
+    EXPECT_EQ(released, 0);
+
+    std::ptrdiff_t const lowest = std::numeric_limits<std::ptrdiff_t>::min();
+    auto const copying = [&](void* at, std::ptrdiff_t stride, std::size_t room) {
+        auto const in = failure([&] { copy_rows_in(at, stride, room, image); });
+        auto const out = failure([&] { copy_rows_out(image, at, stride, room); });
+        EXPECT_EQ(in.substr(in.find(": ")), out.substr(out.find(": ")));
+        return in;
+    };
+    EXPECT_EQ(copying(nullptr, 10, 40), "rastel::copy_rows_in: no address");
+    EXPECT_EQ(copying(address, 9, 60), "rastel::copy_rows_in: a stride shorter than a row");
+    EXPECT_EQ(copying(address, -9, 60), "rastel::copy_rows_in: a stride shorter than a row");
+    EXPECT_EQ(copying(address, 0, 60), "rastel::copy_rows_in: a stride shorter than a row");
+    EXPECT_EQ(copying(address, 12, 45), "rastel::copy_rows_in: less room than the rows need");
+    EXPECT_EQ(copying(address, 10, 9), "rastel::copy_rows_in: less room than the rows need");
+    EXPECT_EQ(copying(address, lowest, std::numeric_limits<std::size_t>::max()),
+              "rastel::copy_rows_in: less room than the rows need");
+    unknown.width = unknown.height = 1;
+    EXPECT_EQ(failure([&] { copy_rows_in(address, 10, 40, unknown); }),
+              "rastel::copy_rows_in: not an image type of the library's");
+    RastelMono16 const cut(5, 4, std::make_shared<rastel::impl::BufferType>(address, 39));
+    EXPECT_EQ(failure([&] { copy_rows_out(cut, address, 10, 60); }),
+              "rastel::copy_rows_out: an image whose buffer is smaller than its size");
+    EXPECT_EQ(test::pixels_of(image), before);
+
+    // Nothing to hold, nothing to ask for; and one row has no stride.
+    EXPECT_EQ(wrap<unsigned short>(0, 9, nullptr, 0).pixels, 0U);
+    RastelMono16 empty(9, 0);
+    copy_rows_in(nullptr, 0, 0, empty);
+    RastelMono16 row(5, 1);
+    frame[4] = 9;
+    copy_rows_in(address, 0, 10, row);
+    EXPECT_EQ(row.data()[4], 9);
+}
+
+} // namespace
