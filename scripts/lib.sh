@@ -5,7 +5,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 native_packages=(g++ cmake ninja-build libboost-thread-dev libpng-dev libgtest-dev libhwy-dev)
 aarch64_packages=(cmake ninja-build g++-aarch64-linux-gnu qemu-user-static
-    libboost-thread-dev:arm64 libpng-dev:arm64 libgtest-dev:arm64 libhwy-dev:arm64)
+    libboost-thread-dev:arm64 libgtest-dev:arm64 libhwy-dev:arm64)
 
 fail() {
     echo "$(basename "$0"): $*" >&2
