@@ -393,6 +393,8 @@ TEST(Conversion, ColourToColourWithAlpha)
         auto src = test::random_image<RGB>(6, 5, 1);
         test::dirty(src);
         src.data()[4] = {0, 0, 0};
+        src.data()[7] = {0, 0, 9};
+        src.data()[8] = {0, 9, 0};
         auto const before = test::dirty_image<TRGBA<Byte>>(size.width, size.height, 5);
         std::size_t const count = std::min<std::size_t>(before.pixels, src.room());
         for (std::string const flags :

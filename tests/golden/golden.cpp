@@ -172,6 +172,15 @@ void conversion(TImage<S> const& src, Size size, std::string const& flags, char 
     record(name, dst);
 }
 
+/// One axis that stays, and images without pixels or too thin for a cell.
+template <class S, class D>
+void edges(std::string const& flags)
+{
+    for (Size const from : {Size{37, 29}, Size{1, 6}, Size{6, 1}, Size{0, 5}, Size{5, 0}})
+        for (Size const to : {from, Size{37, 13}, Size{13, 29}, Size{37, 14}, Size{18, 29}, Size{0, 4}, Size{4, 0}})
+            conversion<S, D>(rendered<S>(from.width, from.height, 5), to, flags, "edges");
+}
+
 /// Same size, half, boxes, both enlargements, and one axis alone.
 template <class S, class D>
 void conversions(std::initializer_list<char const*> flag_texts)
@@ -189,6 +198,8 @@ void conversions(std::initializer_list<char const*> flag_texts)
                     conversion<S, D>(src, to, flags);
         }
     }
+    for (char const* flags : flag_texts)
+        edges<S, D>(flags);
 }
 
 /// Greyscale and colour from sensors with a known range, also an upside-down and an empty one.
@@ -214,6 +225,11 @@ void worker(std::string const& name, void (*work)(TImage<D>&, TImage<S> const&),
         work(dst, src);
         record("worker " + name, dst);
     }
+    auto untouched = dirty<D>(9, 5);
+    work(untouched, TImage<S>());
+    record("worker " + name, untouched);
+    TImage<D> empty;
+    work(empty, src);
 }
 
 void workers()
@@ -275,6 +291,9 @@ void bands(std::string const& name, Decoder const& decode, unsigned int divisor 
                 decode(dst, src, band, count);
             record(joined("decode", name, name_of<Bayer<P>>), dst);
         }
+    auto untouched = dirty<D>(8, 8);
+    decode(untouched, rendered<Bayer<P>>(8 * divisor, 8 * divisor, 9), 0, 0);
+    record("no bands " + name, untouched);
 }
 
 template <class P>
@@ -292,7 +311,14 @@ void decoders8(int pattern)
         std::vector<Byte> out(40 * 34 * 3, 9);
         routine(src.data(), out.data(), 40, 34, pattern);
         record(joined("plain", name, pattern), out);
+        std::copy(src.data(), src.data() + src.pixels, out.begin() + 900);
+        routine(out.data() + 900, out.data(), 40, 34, pattern);
+        record(joined("plain in place", name, pattern), out);
     }
+    auto mosaic = rendered<Bayer<P>>(40, 34, 3);
+    RastelMono8 grey(40, 34, mosaic.buffer->get(), mosaic.buffer->Size());
+    mosaic >> grey;
+    record(joined("grey in place", name_of<Bayer<P>>), mosaic);
     conversions<Bayer<P>, Bayer<P>>({""});
 }
 
@@ -341,6 +367,8 @@ void all_conversions()
     ranges<unsigned short, Byte>();
     ranges<unsigned short, TRGB<Byte>>();
     ranges<short, Byte>();
+    conversion<unsigned short, Byte>(rendered<unsigned short>(600, 400, 7), {2, 1}, "", "large boxes");
+    conversion<TRGB<Byte>, Byte>(rendered<TRGB<Byte>>(600, 400, 7), {2, 1}, "", "large boxes");
     workers();
 }
 
@@ -489,6 +517,13 @@ void sites()
         site("calc_R_For_Green", [=](Byte* p, Byte*, Byte* g) { return calc_R_For_Green(p, g, stride, dir); });
         site("calc_B_For_Green", [=](Byte* p, Byte*, Byte* g) { return calc_B_For_Green(p, g, stride, dir); });
     }
+    std::vector<Byte> const samples(500, 9);
+    Byte const* const raw = samples.data() + 200;
+    std::vector<Byte> decoded(1500, 9);
+    Byte* const green = decoded.data() + 600;
+    record("site direction", failure([=] { calc_P_Gradient_For_Green(raw, green, stride, 2); }) + failure([=] {
+                                 calc_R_For_Green(raw, green, stride, 2);
+                             }) + failure([=] { calc_B_For_Green(raw, green, stride, 2); }));
     site("calc_P_Gradient_For_NotP", [](Byte* p, Byte*, Byte* g) { return calc_P_Gradient_For_NotP(p, g, stride); });
     site("calc_alpha", [](Byte* p, Byte*, Byte*) { return calc_alpha(p, stride); });
     site("calc_beta", [](Byte* p, Byte*, Byte*) { return calc_beta(p, stride); });
@@ -667,6 +702,18 @@ void distance_parts()
     run("meijster_mcore", [&](D* out) { detail::meijster_mcore<Metric>(out, width, height, 3); });
 }
 
+/// Rows too wide for exact products of 32 bits.
+template <class Metric, class D>
+void wide_rows()
+{
+    constexpr unsigned int width = 70000;
+    std::vector<D> row(width);
+    for (std::size_t i = 0; i < row.size(); ++i)
+        row[i] = static_cast<D>(static_cast<std::uint32_t>(i) * 2654435761U >> (i % 97 == 0 ? 20 : 12));
+    detail::meijster_2_pass(row.data(), width, 1, Metric());
+    record(joined("wide rows", name_of<Metric>, name_of<D>), row);
+}
+
 template <class Metric, class S, class D>
 void distances_and_parts()
 {
@@ -677,6 +724,8 @@ void distances_and_parts()
 template <class Metric>
 void all_distances()
 {
+    wide_rows<Metric, Byte>();
+    wide_rows<Metric, unsigned short>();
     distances_and_parts<Metric, Byte, Byte>();
     distances_and_parts<Metric, Byte, unsigned short>();
     distances_and_parts<Metric, unsigned short, Byte>();
