@@ -1,5 +1,6 @@
 // Looks for structure in a grey picture: corners, boxes, edges and the distance to them. Raw-buffer functions, chained.
 
+#include "ContactSheet.h"
 #include "Png.h"
 #include "Pnm.h"
 #include "Scene.h"
@@ -36,7 +37,8 @@ namespace
 constexpr char const* usage = R"(usage: detect [--output FOLDER] [PICTURE]
 
 Finds corners, boxes and edges in the grey picture PICTURE, a binary PGM, or in a rendered scene, and writes
-corners.png, box_means.png and distance.png to FOLDER (out). One line for each step tells what it did and its time.
+corners.png, box_means.png and distance.png to FOLDER (out), with a detail of all three in detection.png. One line for
+each step tells what it did and its time.
 )";
 
 /// Runs one step, whose result is a remark, and prints its line.
@@ -154,7 +156,7 @@ public:
         return std::to_string(harris_.size()) + " corners";
     }
 
-    std::string draw_corners(std::string const& file) const
+    std::string draw_corners(std::string const& file)
     {
         RastelRGB8 picture(grey_.width, grey_.height);
         grey_ >> picture;
@@ -163,6 +165,7 @@ public:
         for (Place const corner : harris_)
             draw_square(picture, corner, 3, {255, 0, 0});
         write_png(file, picture);
+        tiles_.push_back({"corners", middle(picture)});
         return file + ": Shi-Tomasi in green, Harris in red";
     }
 
@@ -173,7 +176,7 @@ public:
     }
 
     /// Each pixel the mean of the 15x15 pixels around it; the outermost seven pixels drop out.
-    std::string box_means(std::string const& file) const
+    std::string box_means(std::string const& file)
     {
         constexpr unsigned int side = 15;
         haar::Box const box = table_.PrecomputeBox(0, 0, side, side);
@@ -183,6 +186,7 @@ public:
                 means.data()[std::size_t{y} * means.width + x] =
                     static_cast<unsigned char>(box(entry(x, y)) / static_cast<int>(side * side));
         write_png(file, means);
+        tiles_.push_back({"box means", middle(means)});
         return file + ": means over 15 x 15 pixels";
     }
 
@@ -236,7 +240,7 @@ public:
         return "Euclidean, on " + std::to_string(threads_) + " threads";
     }
 
-    std::string draw_distances(std::string const& file) const
+    std::string draw_distances(std::string const& file)
     {
         RastelMono8 picture(grey_.width, grey_.height);
         for (unsigned int y = 0; y < picture.height; ++y)
@@ -246,11 +250,31 @@ public:
                     static_cast<unsigned char>(std::min(4.0 * distance, 255.0));
             }
         write_png(file, picture);
+        tiles_.push_back({"distance to edges", middle(picture)});
         return file + ": four levels a pixel";
+    }
+
+    std::string draw_details(std::string const& file) const
+    {
+        write_png(file, contact_sheet(tiles_));
+        return file + ": the middle of all three";
     }
 
 private:
     static constexpr unsigned int window = 3;
+
+    /// The middle of a picture that may be smaller than this one by a box.
+    RastelRGB8 middle(rastel::Rastel const& picture) const
+    {
+        RastelRGB8 colours(picture.width, picture.height);
+        picture >> colours;
+        RastelRGB8 detail(std::min(320u, grey_.width - 16), std::min(240u, grey_.height - 16));
+        auto const left = static_cast<int>((picture.width - detail.width) / 2);
+        auto const top = static_cast<int>((picture.height - detail.height) / 2);
+        rastel::Crop(colours, detail, left, top, left + static_cast<int>(detail.width) - 1,
+                     top + static_cast<int>(detail.height) - 1, false);
+        return detail;
+    }
 
     /// The table as a box at x, y sees it.
     unsigned int const* entry(unsigned int x, unsigned int y) const
@@ -265,6 +289,7 @@ private:
     std::vector<Place> shi_tomasi_, harris_;
     IntegralImage<unsigned int> table_;
     RastelMono8 edges_;
+    std::vector<Tile> tiles_;
     std::vector<unsigned short> squared_distance_;
 };
 
@@ -292,6 +317,7 @@ void detect(std::string const& path, std::filesystem::path const& folder)
     step("edge map", [&]() { return detection.edges(); });
     step("distance transform", [&]() { return detection.distances(); });
     step("distance picture", [&]() { return detection.draw_distances(file("distance.png")); });
+    step("details", [&]() { return detection.draw_details(file("detection.png")); });
 }
 
 int failed(std::string_view reason)

@@ -11,7 +11,7 @@ fail() {
 }
 
 "$@"
-for name in corners box_means distance; do
+for name in corners box_means distance detection; do
     [ -s "out/$name.png" ] || fail "no picture $name.png"
 done
 
