@@ -48,9 +48,10 @@ struct ChessBoard;
 
 /// Distance in the plane.
 ///
-/// @param src      width * height elements
-/// @param dst      width * height elements, one more for Euclidean on an odd width
-/// @param threads  below 2 for the caller's thread alone
+/// @param src            width * height elements
+/// @param dst            width * height elements, one more for Euclidean on an odd width
+/// @param width, height  of both rasters
+/// @param threads        below 2 for the caller's thread alone
 template <class Metric, class S, class D>
 void DistanceTransform(S const* src, D* dst, int width, int height, int threads);
 
@@ -94,7 +95,9 @@ namespace detail
 
 /// Turns seeds (0 at features, else the far value) into squared distances along the columns, in place: down, then up,
 /// an element gives way to the sum of the last element that stood and 1 + 3 + 5 + ..., while that sum is less.
-/// @param dst  height rows, stride elements apart; an odd width scans column `width` as well, after column 0
+/// @param dst            height rows, stride elements apart; an odd width scans column `width` as well, after column 0
+/// @param width, height  elements that are scanned
+/// @param stride         elements from row to row
 template <class T>
 void edt_vertical(T* dst, int width, int height, long stride);
 

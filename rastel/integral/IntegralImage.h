@@ -82,6 +82,8 @@ public:
 
     /// Replaces the table by the sums of w * h pixels in packed rows.
     ///
+    /// @param src     the pixels
+    /// @param w, h    their columns and rows
     /// @param padded  true: w + 1 by h + 1 entries; (x, y) sums the columns below x and the rows below y, so that the
     ///                first row and column are 0. false: w by h entries; (x, y) sums the columns up to x and the rows
     ///                up to y, both included
@@ -108,7 +110,9 @@ public:
     /// the one above left, as far as they exist. Less than 0, which only rounding can give, becomes 0 for floating
     /// point; more than S can hold becomes its greatest value.
     ///
-    /// @param out  w * h pixels in packed rows
+    /// @param out   w * h pixels in packed rows
+    /// @param x, y  the entry of the first pixel
+    /// @param w, h  columns and rows
     /// @throws std::runtime_error  at the first pixel outside the table, whose column and row are reported on standard
     ///                             error; the pixels before it are stored
     template <class S>
@@ -145,11 +149,11 @@ public:
 /// Scales the image behind a table: `dst` becomes the plain table of an image whose pixels are means over boxes of
 /// stepX by stepY source pixels, the first of which begins at (x0, y0). `Export` gives the pixels.
 ///
+/// @param dst           the scaled image's table
 /// @param outWidth      pixels in a row of the scaled image
 /// @param outHeight     its rows
 /// @param src           a plain table, possibly dst itself. One that neither Build nor Resample made needs a row and
-/// two
-///                      entries more, since the neighbours of the last entry are read
+///                      two entries more, since the neighbours of the last entry are read
 /// @param x0, y0        where the scaled image begins, in source pixels
 /// @param stepX, stepY  source pixels in a scaled one, also broken or less than one
 /// @throws std::bad_alloc  as Build does; an old table is released or kept as there
