@@ -48,6 +48,9 @@ void check_wrap(unsigned int width, unsigned int height, void const* address, st
 
 /// An image over packed rows in the caller's memory.
 ///
+/// @param width    pixels in a row
+/// @param height   rows
+/// @param address  the first pixel, aligned as T is
 /// @param room     bytes at the address that may be read and written, at least those of the pixels. Some walks go on
 ///                 behind the last pixel, by a pixel or by a row; they stop where the room ends.
 /// @param release  gets the address when the last image lets go of the memory, and must not throw; without one the
@@ -76,6 +79,7 @@ std::unique_ptr<Rastel> make_image(ImageTypeRecord const& type, unsigned int wid
 /// @param first_row  the row that becomes row 0; needs no alignment, and must not overlap the image's memory
 /// @param stride     bytes from a row's start to the next one's; negative where the rows stand from bottom to top
 /// @param room       bytes of the frame, from the lowest address on: height - 1 strides and one row at least
+/// @param image      takes the pixels
 void copy_rows_in(void const* first_row, std::ptrdiff_t stride, std::size_t room, Rastel& image);
 
 /// Copies all of the image out, row 0 to `first_row`. Bytes between the rows stay. Arguments as above.

@@ -1,7 +1,6 @@
 // Names the conversions' entry point alone: all 43 conversions are there.
 
-#include <rastel/Version.h>
-#include <rastel/conversions/RastelConversions.h>
+#include <rastel/rastel.h>
 
 #include <cstdio>
 #include <string>
