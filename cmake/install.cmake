@@ -2,25 +2,30 @@
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/rastel)
+set(static_target "")
 get_target_property(kind rastel TYPE)
 if(kind STREQUAL "SHARED_LIBRARY")
     install(TARGETS rastel EXPORT rastel-shared-targets
-        LIBRARY COMPONENT runtime NAMELINK_COMPONENT development RUNTIME COMPONENT runtime ARCHIVE COMPONENT development)
+        LIBRARY COMPONENT runtime NAMELINK_COMPONENT development)
     install(EXPORT rastel-shared-targets NAMESPACE rastel:: DESTINATION ${package_dir} COMPONENT development)
 
-    # The objects are position-independent in either library, so the static one comes with it.
-    add_library(rastel_static STATIC $<TARGET_OBJECTS:rastel>)
-    set_target_properties(rastel_static PROPERTIES OUTPUT_NAME rastel EXPORT_NAME rastel)
-    target_compile_features(rastel_static PUBLIC cxx_std_17)
-    target_include_directories(rastel_static INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-    get_target_property(links rastel LINK_LIBRARIES)
-    target_link_libraries(rastel_static PRIVATE ${links} PUBLIC Boost::headers Boost::thread)
-    set(static_target rastel_static)
+    if(RASTEL_TOP_LEVEL)
+        # The objects are position-independent in either library, so the static one comes with it.
+        add_library(rastel_static STATIC $<TARGET_OBJECTS:rastel>)
+        set_target_properties(rastel_static PROPERTIES OUTPUT_NAME rastel EXPORT_NAME rastel)
+        target_compile_features(rastel_static PUBLIC cxx_std_17)
+        target_include_directories(rastel_static INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+        get_target_property(links rastel LINK_LIBRARIES)
+        target_link_libraries(rastel_static PRIVATE ${links} PUBLIC Boost::headers Boost::thread)
+        set(static_target rastel_static)
+    endif()
 else()
     set(static_target rastel)
 endif()
-install(TARGETS ${static_target} EXPORT rastel-static-targets ARCHIVE COMPONENT development)
-install(EXPORT rastel-static-targets NAMESPACE rastel:: DESTINATION ${package_dir} COMPONENT development)
+if(static_target)
+    install(TARGETS ${static_target} EXPORT rastel-static-targets ARCHIVE COMPONENT development)
+    install(EXPORT rastel-static-targets NAMESPACE rastel:: DESTINATION ${package_dir} COMPONENT development)
+endif()
 
 foreach(header IN ITEMS rastel.h Version.h
         image/BayerNames.h image/OwnMemory.h image/PixelTypes.h image/Rastel.h image/RastelFlag.h image/TImage.h

@@ -1,5 +1,5 @@
-// The whole library, apart from two headers: with conversions/TypedConversions.h included, `a >> b` on typed images takes
-// the typed conversions in place of the entry operator; opencv/Mat.h needs OpenCV.
+// The whole library, apart from two headers: with conversions/TypedConversions.h included, `a >> b` on typed images
+// takes the typed conversions in place of the entry operator; opencv/Mat.h needs OpenCV.
 #pragma once
 
 #include <rastel/Version.h>

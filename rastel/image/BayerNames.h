@@ -9,14 +9,13 @@
 // V4L2 spell the cell in that order; V4L2's four characters don't always (BA10 is not the 10-bit kin of BA81). OpenCV's
 // older names give the second and third sample of row 1, so that BayerBG is a mosaic that starts with red.
 //
-// | first cell | pattern | V4L2, in 8 or 16 bits        | V4L2, packed   | OpenCV, to BGR        | OpenCV from 4.5.3 on
-// | |            |         | 8    10   12   14   16       | 10   12   14   |                       | |
-// |------------|---------|------------------------------|----------------|-----------------------|-------------------------|
-// | R G / G B  | TRGGB   | RGGB RG10 RG12 RG14 RG16     | pRAA pRCC pREE | COLOR_BayerBG2BGR, 46 | COLOR_BayerRGGB2BGR
-// | | G R / B G  | TGRBG   | GRBG BA10 BA12 GR14 GR16     | pgAA pgCC pgEE | COLOR_BayerGB2BGR, 47 |
-// COLOR_BayerGRBG2BGR     | | B G / G R  | TBGGR   | BA81 BG10 BG12 BG14 BYR2     | pBAA pBCC pBEE | COLOR_BayerRG2BGR,
-// 48 | COLOR_BayerBGGR2BGR     | | G B / R G  | TGBRG   | GBRG GB10 GB12 GB14 GB16     | pGAA pGCC pGEE |
-// COLOR_BayerGR2BGR, 49 | COLOR_BayerGBRG2BGR     |
+// | first cell | pattern | V4L2, in 8 or 16 bits    | V4L2, packed   | OpenCV, to BGR        | OpenCV 4.6 also     |
+// |            |         | 8    10   12   14   16   | 10   12   14   |                       |                     |
+// |------------|---------|--------------------------|----------------|-----------------------|---------------------|
+// | R G / G B  | TRGGB   | RGGB RG10 RG12 RG14 RG16 | pRAA pRCC pREE | COLOR_BayerBG2BGR, 46 | COLOR_BayerRGGB2BGR |
+// | G R / B G  | TGRBG   | GRBG BA10 BA12 GR14 GR16 | pgAA pgCC pgEE | COLOR_BayerGB2BGR, 47 | COLOR_BayerGRBG2BGR |
+// | B G / G R  | TBGGR   | BA81 BG10 BG12 BG14 BYR2 | pBAA pBCC pBEE | COLOR_BayerRG2BGR, 48 | COLOR_BayerBGGR2BGR |
+// | G B / R G  | TGBRG   | GBRG GB10 GB12 GB14 GB16 | pGAA pGCC pGEE | COLOR_BayerGR2BGR, 49 | COLOR_BayerGBRG2BGR |
 //
 // A crop that starts at an odd column or row has another first cell than the whole frame: an odd column swaps TRGGB
 // with TGRBG and TBGGR with TGBRG, an odd row TRGGB with TGBRG and TBGGR with TGRBG.

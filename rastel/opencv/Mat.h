@@ -12,20 +12,25 @@
 // channel 0 is red, which cv::imshow and cv::imwrite show with red and blue exchanged. TBGRA is the one pixel type here
 // in OpenCV's own order.
 //
-// | pixel                          | matrix   | pixel                            | matrix |
-// |--------------------------------|----------|----------------------------------|-------------------------------------|
-// | unsigned char                  | CV_8UC1  | TRGB<unsigned char>              | CV_8UC3, channel 0 is red | | signed
-// char                    | CV_8SC1  | TRGBA<unsigned char>             | CV_8UC4, channel 0 is red           | |
-// unsigned short                 | CV_16UC1 | TBGRA<unsigned char>             | CV_8UC4, channel 0 is blue          |
-// | short                          | CV_16SC1 | Bayer, 8 and 16 bits             | CV_8UC1, CV_16UC1 |
+// | pixel                | matrix                       |
+// |----------------------|------------------------------|
+// | unsigned char        | CV_8UC1                      |
+// | signed char          | CV_8SC1                      |
+// | unsigned short       | CV_16UC1                     |
+// | short                | CV_16SC1                     |
+// | TRGB<unsigned char>  | CV_8UC3, channel 0 is red    |
+// | TRGBA<unsigned char> | CV_8UC4, channel 0 is red    |
+// | TBGRA<unsigned char> | CV_8UC4, channel 0 is blue   |
+// | Bayer                | CV_8UC1 or CV_16UC1, one     |
+// |                      | sample of the mosaic a pixel |
 //
-// | call                           | copies                                                                          |
-// |--------------------------------|---------------------------------------------------------------------------------|
-// | wrap<T>(matrix)                | never; throws where rows have gaps, as in a region of a wider matrix            |
-// | wrap_or_copy<T>(matrix)        | where rows have gaps; then writing into the image leaves the matrix as it was   |
-// | wrap(image)                    | never; the matrix is continuous                                                 |
-// | copy<T>(matrix), copy(image)   | always                                                                          |
-// | copy_rgb_to_bgr and the others | always                                                                          |
+// | call                           | copies                                                                        |
+// |--------------------------------|-------------------------------------------------------------------------------|
+// | wrap<T>(matrix)                | never; throws where rows have gaps, as in a region of a wider matrix          |
+// | wrap_or_copy<T>(matrix)        | where rows have gaps; then writing into the image leaves the matrix as it was |
+// | wrap(image)                    | never; the matrix is continuous                                               |
+// | copy<T>(matrix), copy(image)   | always                                                                        |
+// | copy_rgb_to_bgr and the others | always                                                                        |
 //
 // Into a matrix or an image that is there already: wrap(image).copyTo(matrix), matrix.copyTo(wrap(image)).
 //
@@ -81,7 +86,8 @@ inline void check_type(cv::Mat const& mat, int type)
 
 /// An image over the matrix' pixels. It holds a reference to them, so they stay as long as the image does; pixels that
 /// the matrix only borrowed stay the lender's to keep alive. The image sees nothing behind the last pixel, even where
-/// the matrix is a region of a larger one. Throws std::invalid_argument where the rows have gaps.
+/// the matrix is a region of a larger one. As with OpenCV's own headers, a const matrix doesn't keep the image from
+/// writing. Throws std::invalid_argument where the rows have gaps.
 template <class T>
 TImage<T> wrap(cv::Mat const& mat)
 {
