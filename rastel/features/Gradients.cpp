@@ -2,6 +2,7 @@
 
 #include "FrameImpl.h"
 #include <cstdint>
+#include <cstring>
 #include <rastel/oq/Numeric.h>
 
 namespace
@@ -80,39 +81,68 @@ RASTEL_CLONES void central_row(std::size_t count, signed char* dx, signed char* 
     in_blocks<central_block>(count, dx, dy, above, here, below);
 }
 
-/// The vertical half of the Sobel kernels. Two bytes hold every sum.
-[[gnu::always_inline]] inline void sobel_vertical(std::size_t count, short* __restrict sums,
-                                                  short* __restrict differences, Grey above, Grey here, Grey below)
+/// Two neighbouring grey levels, each in a lane of 16 bits of its own.
+struct LevelPair {
+    explicit LevelPair(Grey first) { std::memcpy(&both, first, sizeof both); }
+    short left() const { return static_cast<short>(both & 255); }
+    short right() const { return static_cast<short>(both >> 8); }
+
+    std::uint16_t both;
+};
+
+/// Stores the eighths of two neighbouring sums.
+void store_eighths(signed char* to, short left, short right)
 {
-    for (std::size_t x = 0; x < count; ++x) {
-        sums[x] = static_cast<short>(above[x] + 2 * here[x] + below[x]);
-        differences[x] = static_cast<short>(below[x] - above[x]);
+    auto const lower = static_cast<unsigned>(left >> 3) & 0xFF;
+    auto const upper = (static_cast<unsigned>(right) << 5) & 0xFF00;
+    auto const both = static_cast<std::uint16_t>(lower | upper);
+    std::memcpy(to, &both, sizeof both);
+}
+
+/// The Sobel kernels two pixels at a time, one in the lower and one in the upper byte of a word: levels are widened and
+/// eighths closed up by masks and shifts in place. Two bytes hold every sum.
+[[gnu::always_inline]] inline void sobel_pairs(std::size_t count, signed char* __restrict dx,
+                                               signed char* __restrict dy, Grey above, Grey here, Grey below)
+{
+    for (std::size_t i = 0; i < count / 2; ++i) {
+        std::size_t const x = 2 * i;
+        LevelPair const above_left(above + x - 1), above_right(above + x + 1);
+        LevelPair const here_left(here + x - 1), here_right(here + x + 1);
+        LevelPair const below_left(below + x - 1), below_right(below + x + 1);
+        auto const across = [](short before, short middle_before, short after, short middle_after) {
+            return static_cast<short>(after - before + 2 * (middle_after - middle_before));
+        };
+        auto const sum = [](short a, short b) { return static_cast<short>(a + b); };
+        auto const difference = [](short a, short b) { return static_cast<short>(b - a); };
+        store_eighths(dx + x,
+                      across(sum(above_left.left(), below_left.left()), here_left.left(),
+                             sum(above_right.left(), below_right.left()), here_right.left()),
+                      across(sum(above_left.right(), below_left.right()), here_left.right(),
+                             sum(above_right.right(), below_right.right()), here_right.right()));
+        short const down0 = difference(above_left.left(), below_left.left());
+        short const down1 = difference(above_left.right(), below_left.right());
+        short const down2 = difference(above_right.left(), below_right.left());
+        short const down3 = difference(above_right.right(), below_right.right());
+        short const middle = sum(down1, down2);
+        store_eighths(dy + x, sum(sum(down0, down1), middle), sum(middle, sum(down2, down3)));
     }
 }
 
-/// The horizontal half. Sums and differences begin one column to the left.
-[[gnu::always_inline]] inline void sobel_horizontal(std::size_t count, signed char* __restrict dx,
-                                                    signed char* __restrict dy, short const* sums,
-                                                    short const* differences, Grey above, Grey below)
+[[gnu::always_inline]] inline void sobel_block(std::size_t count, signed char* __restrict dx,
+                                               signed char* __restrict dy, Grey above, Grey here, Grey below)
 {
-    for (std::size_t x = 0; x < count; ++x) {
-        dx[x] = eighth(static_cast<short>(sums[x + 2] - sums[x]));
-        // The middle afresh: Clang vectorises no loop that reads three consecutive elements of one array.
-        int const middle = below[x] - above[x];
-        dy[x] = eighth(static_cast<short>(differences[x] + 2 * middle + differences[x + 2]));
-    }
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    std::size_t const pairs = count / 2 * 2;
+#else
+    std::size_t const pairs = 0; // the left pixel is not in a word's lower byte
+#endif
+    sobel_pairs(pairs, dx, dy, above, here, below);
+    row_in_order<Sobel>(count - pairs, dx + pairs, dy + pairs, above + pairs, here + pairs, below + pairs);
 }
 
 RASTEL_CLONES void sobel_row(std::size_t count, signed char* dx, signed char* dy, Grey above, Grey here, Grey below)
 {
-    constexpr std::size_t chunk = 2048;
-    alignas(64) short sums[chunk + 2];
-    alignas(64) short differences[chunk + 2];
-    for (std::size_t x = 0; x < count; x += chunk) {
-        std::size_t const columns = std::min(chunk, count - x);
-        in_blocks<sobel_vertical>(columns + 2, sums, differences, above + x - 1, here + x - 1, below + x - 1);
-        in_blocks<sobel_horizontal>(columns, dx + x, dy + x, sums, differences, above + x, below + x);
-    }
+    in_blocks<sobel_block>(count, dx, dy, above, here, below);
 }
 
 void gradient(RowFunction* row_apart, RowFunction* row_in_order, signed char* dx, signed char* dy, Grey src, int width,
