@@ -52,8 +52,18 @@ int respond(ForstnerValue, Moments moments)
 
 /// The products of the gradients, summed for each column over the rows of a window. Wraps.
 struct ColumnSums {
+    ColumnSums from(std::size_t column) const { return {xx + column, xy + column, yy + column}; }
+
     unsigned *xx, *xy, *yy;
 };
+
+/// What a pair of products adds where one comes in and one goes out. It lies within +-32640, so that two bytes hold it.
+short exchange(signed char a_in, signed char b_in, signed char a_out, signed char b_out)
+{
+    auto const in = static_cast<short>(a_in * b_in);
+    auto const out = static_cast<short>(a_out * b_out);
+    return static_cast<short>(in - out);
+}
 
 /// Moves the windows of `count` columns down by a row: one row of the gradients comes in, one goes out.
 RASTEL_CLONES void slide(std::size_t count, unsigned* __restrict xx, unsigned* __restrict xy, unsigned* __restrict yy,
@@ -61,9 +71,9 @@ RASTEL_CLONES void slide(std::size_t count, unsigned* __restrict xx, unsigned* _
                          signed char const* gy_out)
 {
     for (std::size_t x = 0; x < count; ++x) {
-        xx[x] += static_cast<unsigned>(gx_in[x] * gx_in[x] - gx_out[x] * gx_out[x]);
-        xy[x] += static_cast<unsigned>(gx_in[x] * gy_in[x] - gx_out[x] * gy_out[x]);
-        yy[x] += static_cast<unsigned>(gy_in[x] * gy_in[x] - gy_out[x] * gy_out[x]);
+        xx[x] += static_cast<unsigned>(exchange(gx_in[x], gx_in[x], gx_out[x], gx_out[x]));
+        xy[x] += static_cast<unsigned>(exchange(gx_in[x], gy_in[x], gx_out[x], gy_out[x]));
+        yy[x] += static_cast<unsigned>(exchange(gy_in[x], gy_in[x], gy_out[x], gy_out[x]));
     }
 }
 
@@ -141,13 +151,26 @@ void GenericCornerDetector(int* response, signed char const* gx, signed char con
             std::size_t const in = y * pitch + 1;
             std::size_t const out = in - window * pitch;
             bool const full = y > window;
-            slide(columns, sliding.xx, sliding.xy, sliding.yy, gx + in, gy + in, full ? gx + out : blank.get(),
-                  full ? gy + out : blank.get());
-            if (y < window)
+            signed char const* const gx_out = full ? gx + out : blank.get();
+            signed char const* const gy_out = full ? gy + out : blank.get();
+            auto const slide_columns = [&](std::size_t x, std::size_t count) {
+                ColumnSums const at = sliding.from(x);
+                slide(count, at.xx, at.xy, at.yy, gx + in + x, gy + in + x, gx_out + x, gy_out + x);
+            };
+            if (y < window) {
+                slide_columns(0, columns);
                 continue;
+            }
             int* const first = response + (y - radius) * pitch + radius + 1;
             clear_up_to(first);
-            row(centres, first, sliding, window, value);
+            // In stretches whose sums are still in the first cache when the windows add them up.
+            std::size_t const stretch = std::max<std::size_t>(1024, 8 * window);
+            slide_columns(0, window - 1);
+            for (std::size_t x = 0; x < centres; x += stretch) {
+                std::size_t const count = std::min(stretch, centres - x);
+                slide_columns(x + window - 1, count);
+                row(count, first + x, sliding.from(x), window, value);
+            }
             unwritten = first + centres;
         }
     }
