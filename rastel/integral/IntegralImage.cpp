@@ -65,13 +65,18 @@ RASTEL_CLONES void accumulate_row(T* __restrict row, T const* __restrict above, 
             quad[x] = static_cast<Sum>(pixels[x] + pixels[x - 1] + pixels[x - 2] + pixels[x - 3]);
         T running[lanes];
         std::fill_n(running, lanes, sum);
-        for (std::size_t x = 0; x < n; x += lanes)
+        for (std::size_t x = 0; x < n; x += lanes) {
+            // The table is written much faster than the processor fetches its lines by itself.
+            constexpr std::size_t line = 64 / sizeof(T);
+            for (std::size_t i = 0; i < lanes; i += line)
+                __builtin_prefetch(row + at + x + 4 * line + i, 1);
             for (std::size_t i = 0; i < lanes; ++i) {
                 auto const sixteen =
                     static_cast<Sum>(quads[x + i] + quads[x + i + 4] + quads[x + i + 8] + quads[x + i + 12]);
                 running[i] += static_cast<T>(sixteen);
                 row[at + x + i] = above[at + x + i] + running[i];
             }
+        }
         sum = running[lanes - 1];
         at += n;
     }
@@ -109,25 +114,6 @@ void IntegralImageHandle<T>::Build(S const* src, unsigned int w, unsigned int h,
 }
 
 template <class T>
-typename difference_type<T>::type IntegralImageHandle<T>::Box(int x, int y, int w, int h) const
-{
-    // Positions are 32-bit and wrap; the entry is then counted from the table's begin in either direction.
-    unsigned int const left = static_cast<unsigned int>(x);
-    unsigned int const right = left + static_cast<unsigned int>(w);
-    unsigned int const top = static_cast<unsigned int>(y) * width;
-    unsigned int const bottom = (static_cast<unsigned int>(y) + static_cast<unsigned int>(h)) * width;
-    auto const entry = [this](unsigned int position) { return data[static_cast<int>(position)]; };
-    T const top_left = entry(top + left);
-    T const top_right = entry(top + right);
-    T const bottom_left = entry(bottom + left);
-    T const bottom_right = entry(bottom + right);
-    if constexpr (std::is_integral_v<T>)
-        return static_cast<typename difference_type<T>::type>((top_left - bottom_left) + (bottom_right - top_right));
-    else
-        return ((top_left + bottom_right) - top_right) - bottom_left;
-}
-
-template <class T>
 haar::Box IntegralImageHandle<T>::PrecomputeBox(int x, int y, int w, int h) const
 {
     auto const extended = [](int value) { return static_cast<std::uint64_t>(std::int64_t{value}); };
@@ -138,25 +124,28 @@ haar::Box IntegralImageHandle<T>::PrecomputeBox(int x, int y, int w, int h) cons
     return {top + left, top + right, bottom + left, bottom + right};
 }
 
-template <class T>
-typename difference_type<T>::type haar::Box::operator()(T const* table) const
+float integral::box_sum(float a, float b, float c, float d) { return ((a + b) - c) - d; }
+double integral::box_sum(double a, double b, double c, double d) { return ((a + b) - c) - d; }
+
+namespace
 {
-    T const outer = table[top_left] + table[bottom_right];
-    if constexpr (std::is_integral_v<T>)
-        return static_cast<typename difference_type<T>::type>(outer - (table[bottom_left] + table[top_right]));
-    else
-        return (outer - table[bottom_left]) - table[top_right];
-}
 
 template <class T>
-typename difference_type<T>::type haar::Feat2::operator()(T const* table) const
+T feature_sum_in_order(T a, T b, T c, T d, T e, T f)
 {
-    T value = table[f[0]] - table[f[1]];
-    value -= T(2) * table[f[2]];
-    value += T(2) * table[f[3]];
-    value += table[f[4]];
-    value -= table[f[5]];
-    return static_cast<typename difference_type<T>::type>(value);
+    return ((((a - b) - 2 * c) + 2 * d) + e) - f;
+}
+
+} // namespace
+
+float integral::feature_sum(float a, float b, float c, float d, float e, float f)
+{
+    return feature_sum_in_order(a, b, c, d, e, f);
+}
+
+double integral::feature_sum(double a, double b, double c, double d, double e, double f)
+{
+    return feature_sum_in_order(a, b, c, d, e, f);
 }
 
 namespace
@@ -181,6 +170,25 @@ std::uint32_t minus(std::uint32_t value, T entry)
         return oq::saturate_cast<std::uint32_t>(static_cast<T>(value) - entry);
 }
 
+/// The pixels between entries, given where their entries lie in two rows and that they have left neighbours.
+template <class S, class T>
+RASTEL_CLONES void export_row(S* out, T const* above, T const* here, std::size_t count)
+{
+    for (std::size_t x = 0; x < count; ++x) {
+        std::uint32_t const sum = plus(plus(0, here[x]), (above + x)[-1]);
+        std::uint32_t const value = minus(minus(sum, (here + x)[-1]), above[x]);
+        out[x] = static_cast<S>(std::min<std::uint32_t>(value, std::numeric_limits<S>::max()));
+    }
+}
+
+/// The pixels of the table's first row, or of its first column: they have one neighbour at most, `step` entries before.
+template <class S, class T>
+S export_edge(T const* entry, std::size_t step)
+{
+    std::uint32_t const value = step == 0 ? plus(0, *entry) : minus(plus(0, *entry), *(entry - step));
+    return static_cast<S>(std::min<std::uint32_t>(value, std::numeric_limits<S>::max()));
+}
+
 [[noreturn]] void fail_outside(int x, int y)
 {
     std::cerr << "pixel_at(" + std::to_string(x) + "," + std::to_string(y) + ")\n" << std::flush;
@@ -196,23 +204,27 @@ void IntegralImageHandle<T>::Export(S* out, int x, int y, int w, int h) const
     auto const columns = static_cast<int>(width);
     auto const rows = static_cast<int>(height);
     std::size_t const pitch = width;
-    // The check ends the loops before a coordinate could overflow.
-    for (int row = 0; row < h; ++row)
-        for (int column = 0; column < w; ++column) {
-            int const i = x + column;
-            int const j = y + row;
-            if (i < 0 || j < 0 || i >= columns || j >= rows)
-                fail_outside(i, j);
-            T const* const entry = data + static_cast<std::size_t>(j) * pitch + i;
-            std::uint32_t value = plus(0, *entry);
-            if (i > 0 && j > 0)
-                value = plus(value, *(entry - pitch - 1));
-            if (i > 0)
-                value = minus(value, *(entry - 1));
-            if (j > 0)
-                value = minus(value, *(entry - pitch));
-            *out++ = static_cast<S>(std::min<std::uint32_t>(value, std::numeric_limits<S>::max()));
+    for (int row = 0; row < h && w > 0; ++row) {
+        // A failure ends the loop before the coordinate could overflow.
+        int const j = y + row;
+        if (x < 0 || j < 0 || x >= columns || j >= rows)
+            fail_outside(x, j);
+        T const* const entry = data + static_cast<std::size_t>(j) * pitch + x;
+        int const inside = std::min(w, columns - x);
+        auto const count = static_cast<std::size_t>(inside);
+        std::size_t const edge = x == 0 ? 1 : 0;
+        if (j == 0) {
+            for (std::size_t i = 0; i < count; ++i)
+                out[i] = export_edge<S>(entry + i, i < edge ? 0 : 1);
+        } else {
+            if (edge != 0)
+                out[0] = export_edge<S>(entry, pitch);
+            export_row(out + edge, entry + edge - pitch, entry + edge, count - edge);
         }
+        out += count;
+        if (inside < w)
+            fail_outside(columns, j);
+    }
 }
 
 template class IntegralImageHandle<unsigned int>;
@@ -248,13 +260,3 @@ template void IntegralImageHandle<float>::Export(Byte*, int, int, int, int) cons
 template void IntegralImageHandle<float>::Export(Word*, int, int, int, int) const;
 template void IntegralImageHandle<double>::Export(Byte*, int, int, int, int) const;
 template void IntegralImageHandle<double>::Export(Word*, int, int, int, int) const;
-
-template int haar::Box::operator()(unsigned int const*) const;
-template long haar::Box::operator()(unsigned long const*) const;
-template float haar::Box::operator()(float const*) const;
-template double haar::Box::operator()(double const*) const;
-
-template int haar::Feat2::operator()(unsigned int const*) const;
-template long haar::Feat2::operator()(unsigned long const*) const;
-template float haar::Feat2::operator()(float const*) const;
-template double haar::Feat2::operator()(double const*) const;

@@ -32,6 +32,39 @@ struct difference_type<unsigned long> {
     using type = long;
 };
 
+namespace integral
+{
+
+// Sums of a table's entries, in this order. Those of floating point stand in the library, so that no compiler option of
+// a caller's changes their rounding.
+
+/// a + b - c - d
+inline int box_sum(unsigned int a, unsigned int b, unsigned int c, unsigned int d)
+{
+    return static_cast<int>(a + b - c - d);
+}
+inline long box_sum(unsigned long a, unsigned long b, unsigned long c, unsigned long d)
+{
+    return static_cast<long>(a + b - c - d);
+}
+float box_sum(float a, float b, float c, float d);
+double box_sum(double a, double b, double c, double d);
+
+/// a - b - 2 c + 2 d + e - f
+inline int feature_sum(unsigned int a, unsigned int b, unsigned int c, unsigned int d, unsigned int e, unsigned int f)
+{
+    return static_cast<int>(a - b - 2 * c + 2 * d + e - f);
+}
+inline long feature_sum(unsigned long a, unsigned long b, unsigned long c, unsigned long d, unsigned long e,
+                        unsigned long f)
+{
+    return static_cast<long>(a - b - 2 * c + 2 * d + e - f);
+}
+float feature_sum(float a, float b, float c, float d, float e, float f);
+double feature_sum(double a, double b, double c, double d, double e, double f);
+
+} // namespace integral
+
 namespace haar
 {
 
@@ -40,7 +73,10 @@ struct Box {
     /// The sum over the box, for floating point ((top left + bottom right) - bottom left) - top right. `table` is an
     /// image's `data`; the offsets aren't checked.
     template <class T>
-    typename difference_type<T>::type operator()(T const* table) const;
+    typename difference_type<T>::type operator()(T const* table) const
+    {
+        return integral::box_sum(table[top_left], table[bottom_right], table[bottom_left], table[top_right]);
+    }
 
     std::uint64_t top_left, top_right, bottom_left, bottom_right;
 };
@@ -52,7 +88,10 @@ struct Feat2 {
     /// The first box's sum minus the second's, for floating point as t0 - t1 - 2 t2 + 2 t3 + t4 - t5 from left to
     /// right, ti being the entry at f[i]. `table` is an image's `data`; the offsets aren't checked.
     template <class T>
-    typename difference_type<T>::type operator()(T const* table) const;
+    typename difference_type<T>::type operator()(T const* table) const
+    {
+        return integral::feature_sum(table[f[0]], table[f[1]], table[f[2]], table[f[3]], table[f[4]], table[f[5]]);
+    }
 
     std::uint64_t f[6];
 };
@@ -101,7 +140,16 @@ public:
     /// The sum over a box. Of a padded table: columns x to x + w - 1, rows y to y + h - 1 of the source; of a plain
     /// one: columns x + 1 to x + w, rows y + 1 to y + h. For floating point ((top left + bottom right) - top right) -
     /// bottom left. Neither checked nor clipped.
-    typename difference_type<T>::type Box(int x, int y, int w, int h) const;
+    typename difference_type<T>::type Box(int x, int y, int w, int h) const
+    {
+        // Positions are 32-bit and wrap; the entry is then counted from the table's begin in either direction.
+        unsigned int const left = static_cast<unsigned int>(x);
+        unsigned int const right = left + static_cast<unsigned int>(w);
+        unsigned int const top = static_cast<unsigned int>(y) * width;
+        unsigned int const bottom = (static_cast<unsigned int>(y) + static_cast<unsigned int>(h)) * width;
+        auto const entry = [this](unsigned int position) { return data[static_cast<int>(position)]; };
+        return integral::box_sum(entry(top + left), entry(bottom + right), entry(top + right), entry(bottom + left));
+    }
 
     /// The offsets of the same box's entries. The table isn't read.
     haar::Box PrecomputeBox(int x, int y, int w, int h) const;
