@@ -6,8 +6,12 @@
 
 #include <array>
 #include <cmath>
+#include <cstdint>
+#include <limits>
+#include <optional>
 #include <stdexcept>
 #include <type_traits>
+#include <utility>
 
 namespace rastel
 {
@@ -37,6 +41,7 @@ inline bool factor_fits(double factor) { return std::fabs(factor) < 32767.0; }
 /// Numbers: the sum is rounded once, then truncated.
 struct SumTruncated {
     static constexpr int destinations = 256; ///< bytes on which what is added depends
+    static constexpr bool symmetric = false; ///< whether a negative factor takes away what the positive one adds
     template <class Conversion, class S, class Real>
     static S combine(S dst, S src, Real factor)
     {
@@ -47,6 +52,7 @@ struct SumTruncated {
 /// Colours and mosaics: the product is truncated, then added.
 struct ProductTruncated {
     static constexpr int destinations = 1;
+    static constexpr bool symmetric = true;
     template <class Conversion, class S, class Real>
     static S combine(S dst, S src, Real factor)
     {
@@ -54,6 +60,174 @@ struct ProductTruncated {
         return static_cast<S>(static_cast<decltype(product)>(dst) + product);
     }
 };
+
+/// The lower and the upper 16 bits of a product.
+inline std::uint16_t low_half(std::uint16_t a, std::uint16_t b) { return static_cast<std::uint16_t>(1U * a * b); }
+inline std::uint16_t high_half(std::uint16_t a, std::uint16_t b)
+{
+    return static_cast<std::uint16_t>((1U * a * b) >> 16);
+}
+
+/// The size of a factor in fixed point: 16 bits before the point and as many behind it as two samples have, the last
+/// one rounded up. `times` truncates the product in lanes of 16 bits.
+template <class S>
+struct FixedFactor;
+
+template <>
+struct FixedFactor<unsigned char> {
+    static constexpr double unit = 65536.0;
+    FixedFactor(double whole_part, double parts)
+        : whole(static_cast<std::uint16_t>(whole_part)), fraction(static_cast<std::uint16_t>(parts))
+    {
+    }
+    std::uint16_t times(unsigned char src) const
+    {
+        auto const raised = static_cast<std::uint16_t>(src << 8);
+        auto const product = static_cast<std::uint16_t>(low_half(raised, whole) + high_half(raised, fraction));
+        return static_cast<std::uint16_t>(product >> 8);
+    }
+
+    std::uint16_t whole, fraction;
+};
+
+template <>
+struct FixedFactor<unsigned short> {
+    static constexpr double unit = 4294967296.0;
+    FixedFactor(double whole_part, double parts)
+        : whole(static_cast<std::uint16_t>(whole_part)),
+          upper(static_cast<std::uint16_t>(static_cast<std::uint32_t>(parts) >> 16)),
+          lower(static_cast<std::uint16_t>(static_cast<std::uint32_t>(parts)))
+    {
+    }
+    std::uint16_t times(unsigned short src) const
+    {
+        std::uint16_t const parts = low_half(src, upper);
+        auto const all_parts = static_cast<std::uint16_t>(parts + high_half(src, lower));
+        int const carry = all_parts < parts ? 1 : 0;
+        return static_cast<std::uint16_t>(low_half(src, whole) + high_half(src, upper) + carry);
+    }
+
+    std::uint16_t whole, upper, lower;
+};
+
+/// A sample whose product lies so little below a whole number that only sums with destinations from `least` on are
+/// rounded up to one. Others get one less than fixed point gives.
+struct Exception {
+    std::uint16_t src = 0;
+    std::uint16_t least = 0; ///< 0 in an entry that isn't used
+};
+
+/// Combination in fixed point.
+template <class S, std::size_t exceptions>
+struct FixedCombination {
+    S operator()(S dst, S src) const { return sum(dst, src, std::make_index_sequence<exceptions>()); }
+
+    FixedFactor<S> factor;
+    S negative; ///< all bits if products are taken away, none if they are added: a - b = ~(~a + b)
+    std::array<Exception, exceptions> except = {};
+
+private:
+    template <std::size_t... i>
+    S sum(S dst, S src, std::index_sequence<i...>) const
+    {
+        auto const from = static_cast<std::uint16_t>(dst ^ negative);
+        auto const surplus = [&](Exception const& entry) {
+            return static_cast<std::uint16_t>(static_cast<int>(src == entry.src) &
+                                              static_cast<int>(from < entry.least));
+        };
+        auto const total = static_cast<std::uint16_t>(from + factor.times(src));
+        return static_cast<S>(static_cast<std::uint16_t>(total - (0 + ... + surplus(except[i]))) ^ negative);
+    }
+};
+
+template <class S, std::size_t exceptions>
+RASTEL_CLONES void combine_row_fixed(S* dst, S const* src, std::size_t count,
+                                     FixedCombination<S, exceptions> combination)
+{
+    for (std::size_t i = 0; i < count; ++i)
+        dst[i] = combination(dst[i], src[i]);
+}
+
+/// True if fixed point gives the same result for the samples from `first` on, with the least and with the greatest
+/// destination. These speak for all: where a product lies just below a whole number, its sum with a greater destination
+/// is the more likely to be rounded up to one.
+template <class Rule, class S>
+RASTEL_CLONES bool fixed_point_does(double factor, FixedCombination<S, 0> combination, unsigned int first,
+                                    unsigned int count)
+{
+    constexpr S greatest = std::numeric_limits<S>::max();
+    unsigned int differences = 0;
+    for (unsigned int value = first; value < first + count; ++value) {
+        auto const src = static_cast<S>(value);
+        S const with_least = Rule::template combine<Truncated>(S(0), src, factor);
+        S const with_greatest = Rule::template combine<Truncated>(greatest, src, factor);
+        differences |= static_cast<unsigned int>(with_least ^ combination(0, src));
+        differences |= static_cast<unsigned int>(with_greatest ^ combination(greatest, src));
+    }
+    return differences == 0;
+}
+
+/// The bytes for which fixed point is to be corrected; none if they are too many.
+template <class Rule, std::size_t most>
+std::optional<std::array<Exception, most>> find_exceptions(double factor,
+                                                           FixedCombination<unsigned char, 0> combination)
+{
+    constexpr unsigned int values = 256;
+    std::array<Exception, most> exceptions;
+    std::size_t found = 0;
+    for (unsigned int value = 0; value < values; ++value) {
+        auto const src = static_cast<unsigned char>(value);
+        auto const surplus = [&](unsigned int from) {
+            auto const dst = static_cast<unsigned char>(from ^ combination.negative);
+            int const fixed = combination(dst, src) ^ combination.negative;
+            int const exact = Rule::template combine<Truncated>(dst, src, factor) ^ combination.negative;
+            return static_cast<unsigned char>(fixed - exact);
+        };
+        unsigned int least = 0;
+        while (least < values && surplus(least) == 1)
+            ++least;
+        if (least < values && surplus(values - 1) != 0)
+            return std::nullopt;
+        if (least == 0 && surplus(0) == 0)
+            continue;
+        if (least == 0 || found == most)
+            return std::nullopt;
+        exceptions[found++] = {static_cast<std::uint16_t>(value), static_cast<std::uint16_t>(least)};
+    }
+    return exceptions;
+}
+
+/// Combines the samples in fixed point if that gives the same results.
+template <class Rule, class S>
+bool combine_in_fixed_point(S* dst, S const* src, std::size_t count, double factor)
+{
+    if (factor < 0 && !Rule::symmetric)
+        return false;
+    using Fixed = FixedFactor<S>;
+    double const whole = std::floor(std::fabs(factor));
+    double const parts = std::ceil((std::fabs(factor) - whole) * Fixed::unit);
+    if (parts == Fixed::unit)
+        return false;
+    FixedCombination<S, 0> const combination{Fixed(whole, parts),
+                                             static_cast<S>(factor < 0 ? std::numeric_limits<S>::max() : 0)};
+    // In stretches, so that most factors that don't suit are found out at once.
+    constexpr unsigned int stretch = 256;
+    constexpr unsigned int values = std::numeric_limits<S>::max() + 1U;
+    unsigned int tried = 0;
+    while (tried < values && fixed_point_does<Rule>(factor, combination, tried, stretch))
+        tried += stretch;
+    if (tried == values) {
+        combine_row_fixed(dst, src, count, combination);
+        return true;
+    }
+    if constexpr (sizeof(S) == 1)
+        if (auto const exceptions = find_exceptions<Rule, 4>(factor, combination)) {
+            combine_row_fixed(dst, src, count,
+                              FixedCombination<S, 4>{combination.factor, combination.negative, *exceptions});
+            return true;
+        }
+    return false;
+}
 
 template <class Rule, class Conversion, class S, class Real>
 RASTEL_CLONES void combine_row(S* dst, S const* src, std::size_t count, Real factor)
@@ -86,8 +260,12 @@ void combine(S* dst, S const* src, std::size_t count, double factor)
 {
     constexpr std::size_t trial = 256 * std::size_t{Rule::destinations};
     if (!factor_fits(factor))
-        combine_row<Rule, SaturatedTruncated>(dst, src, count, factor);
-    else if (sizeof(S) == 1 && count >= 4 * trial && single_precision_does<Rule, S>(factor))
+        return combine_row<Rule, SaturatedTruncated>(dst, src, count, factor);
+    if constexpr (std::is_unsigned_v<S>)
+        if (count > 4 * std::size_t{std::numeric_limits<S>::max()} &&
+            combine_in_fixed_point<Rule>(dst, src, count, factor))
+            return;
+    if (sizeof(S) == 1 && count >= 4 * trial && single_precision_does<Rule, S>(factor))
         combine_row<Rule, Truncated>(dst, src, count, static_cast<float>(factor));
     else
         combine_row<Rule, Truncated>(dst, src, count, factor);

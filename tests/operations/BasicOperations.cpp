@@ -257,17 +257,28 @@ TEST(LinComb, WorkedExamples)
     EXPECT_THROW(algorithms::transform_self(a, b, a, functors::LinComb_self<TRGBA<Mono8>>(1)), std::runtime_error);
 }
 
-/// Bytes of large images take a shortcut where it can't be seen.
-TEST(LinComb, IsTheSameForManyBytesAsForOne)
+/// Images large enough for arithmetic that is tried out on all samples first.
+template <class T>
+class LinCombOfMany : public ::testing::Test
 {
-    auto const src = random_image<Mono8>(640, 480, 1);
-    auto const before = random_image<Mono8>(640, 480, 2);
-    for (double const factor : {0.3, 0.7, -0.1, 1.0 / 3, -2.0 / 7, 99.99, 0.1, 1e-9, -1e4 / 3}) {
+};
+using SamplesOfMany = ::testing::Types<Mono8, std::uint16_t, RGB8, Bayer<TRGGB<std::uint16_t>>>;
+TYPED_TEST_SUITE(LinCombOfMany, SamplesOfMany);
+
+TYPED_TEST(LinCombOfMany, IsTheSameAsOfOne)
+{
+    using Sample = std::conditional_t<sizeof(TypeParam) == 2, unsigned short, unsigned char>;
+    auto const samples = [](auto const& image) { return static_cast<Sample const*>(image.buffer->get()); };
+    auto const src = random_image<TypeParam>(641, 480, 1);
+    auto const before = random_image<TypeParam>(641, 480, 2);
+    for (double const factor : {0.3, 0.7, 0.29, -0.1, 1.0 / 3, -2.0 / 7, 1.0, -1.75, 99.99, 0.1, 1e-9, -1e4 / 3}) {
         auto sum = before;
         LinComb(src, factor, sum);
-        for (std::size_t i = 0; i < src.pixels; ++i) {
-            double const exact = std::fma(factor, src.data()[i], before.data()[i]);
-            ASSERT_EQ(sum.data()[i], static_cast<Mono8>(whole(exact))) << factor << " at " << i;
+        for (std::size_t i = 0; i < src.pixels * sizeof(TypeParam) / sizeof(Sample); ++i) {
+            Sample const s = samples(src)[i];
+            Sample const d = samples(before)[i];
+            auto const exact = std::is_integral_v<TypeParam> ? whole(std::fma(factor, s, d)) : d + whole(factor * s);
+            ASSERT_EQ(samples(sum)[i], static_cast<Sample>(exact)) << factor << " at " << i;
         }
     }
 }
