@@ -11,6 +11,11 @@
 namespace rastel::detail
 {
 
+/// Asks for the cache line of an address early: for walks that jump from row to row, which the processor doesn't
+/// foresee.
+inline void fetch_to_read(void const* address) { __builtin_prefetch(address); }
+inline void fetch_to_write(void const* address) { __builtin_prefetch(address, 1); }
+
 /// Where the bytes of pixels at ascending columns are found: 16 bytes at a time come out of one, two or four windows
 /// of 16 bytes, which one shuffle each picks them from.
 struct ByteWindows {
