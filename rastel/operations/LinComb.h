@@ -113,6 +113,11 @@ struct FixedFactor<unsigned short> {
 /// A sample whose product lies so little below a whole number that only sums with destinations from `least` on are
 /// rounded up to one. Others get one less than fixed point gives.
 struct Exception {
+    std::uint16_t surplus(std::uint16_t sample, std::uint16_t destination) const
+    {
+        return static_cast<std::uint16_t>(static_cast<int>(sample == src) & static_cast<int>(destination < least));
+    }
+
     std::uint16_t src = 0;
     std::uint16_t least = 0; ///< 0 in an entry that isn't used
 };
@@ -131,12 +136,8 @@ private:
     S sum(S dst, S src, std::index_sequence<i...>) const
     {
         auto const from = static_cast<std::uint16_t>(dst ^ negative);
-        auto const surplus = [&](Exception const& entry) {
-            return static_cast<std::uint16_t>(static_cast<int>(src == entry.src) &
-                                              static_cast<int>(from < entry.least));
-        };
         auto const total = static_cast<std::uint16_t>(from + factor.times(src));
-        return static_cast<S>(static_cast<std::uint16_t>(total - (0 + ... + surplus(except[i]))) ^ negative);
+        return static_cast<S>(static_cast<std::uint16_t>(total - (0 + ... + except[i].surplus(src, from))) ^ negative);
     }
 };
 
