@@ -1,5 +1,9 @@
 #include <rastel/conversions/Sampling.h>
 
+#ifdef __FAST_MATH__
+#    error "With fast-math the results would depend on the compiler: build the library without it."
+#endif
+
 namespace rastel::impl
 {
 namespace
