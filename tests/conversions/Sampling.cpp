@@ -359,6 +359,11 @@ TEST(Conversion, SignChangesAreOneFlatRun)
         test::FencedImage<Byte> b(size.width, size.height);
         test::FencedImage<signed char> c(size.width, size.height);
         std::size_t const count = std::min<std::size_t>(30, a.image.room());
+        // So are these, which end with the destination's room as well.
+        test::FencedImage<RGB> colour(size.width, size.height);
+        ll_Mono16_to_RGB8(colour.image, RastelMono16(6, 5));
+        ll_Mono16_to_Mono8(b.image, RastelMono16(6, 5));
+        ll_Mono16s_to_Mono8(b.image, RastelMono16s(6, 5));
         bytes >> a.image;
         signed_bytes >> b.image;
         colours >> c.image;

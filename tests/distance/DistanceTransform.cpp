@@ -334,6 +334,15 @@ TEST(DistanceByHand, LimitsAndOddWidths)
     EXPECT_EQ(list<byte>(far[14], far[15], far[19], far[380], far[399]), list<byte>(196, 222, 222, 222, 222));
     EXPECT_EQ(corner(&DistanceTransform<Manhattan, byte, byte>, 100, 100, true)[9999], 100);
 
+    for (int const threads : {1, 3}) // sizes below 0 count as 0
+        for (auto const& [width, height] : {std::pair<int, int>{-3, 4}, {4, -3}, {-1, -1}}) {
+            std::vector<byte> const edges(9, 1);
+            std::vector<byte> below(9, 7), none(9, 7);
+            DistanceTransform<ChessBoard>(edges.data(), below.data(), width, height, threads);
+            DistanceTransform<ChessBoard>(edges.data(), none.data(), std::max(width, 0), std::max(height, 0), threads);
+            EXPECT_EQ(below, none) << width << " x " << height << ", " << threads << " threads";
+        }
+
     auto const odd = corner(&VerticalDistanceTransform<Euclidean, byte, byte>, 3, 5, true);
     EXPECT_EQ(list<byte>(odd[0], odd[3], odd[6], odd[9], odd[12], odd[15]), list<byte>(0, 1, 2, 5, 10, 17));
 }

@@ -331,6 +331,12 @@ void decoders()
     conversions<Bayer<P>, Byte>(flags);
     conversions<Bayer<P>, unsigned short>(flags);
     conversions<Bayer<P>, TRGB<Byte>>(flags);
+    for (int const greatest : {1, 254, 255, 256, 4095}) {
+        auto src = rendered<Bayer<P>>(22, 14, 5);
+        src.properties.put("MAX", greatest);
+        conversion<Bayer<P>, TRGB<Byte>>(src, {22, 14}, "", "greatest sample");
+        conversion<Bayer<P>, Byte>(src, {22, 14}, "", "greatest sample");
+    }
     bands<P>("downsample", Bayer_to_RGB8_downsample_2x<P>, 2);
     bands<P, Byte>("luminance mono8", ll_Bayer_to_Mono_luminance<P>);
     bands<P, unsigned short>("luminance mono16", ll_Bayer_to_Mono16_luminance<P>);
@@ -712,6 +718,12 @@ void wide_rows()
         row[i] = static_cast<D>(static_cast<std::uint32_t>(i) * 2654435761U >> (i % 97 == 0 ? 20 : 12));
     detail::meijster_2_pass(row.data(), width, 1, Metric());
     record(joined("wide rows", name_of<Metric>, name_of<D>), row);
+    std::vector<Byte> features(width * 2);
+    for (std::size_t i = 0; i < features.size(); i += 997)
+        features[i] = 1;
+    std::vector<D> distances(features.size());
+    DistanceTransform<Metric>(features.data(), distances.data(), width, 2, 1);
+    record(joined("wide transform", name_of<Metric>, name_of<D>), distances);
 }
 
 template <class Metric, class S, class D>

@@ -81,7 +81,7 @@ TEST(FlagSet, ReadsBlanksAndRefusesUnknownWords)
     RastelFlagSet const set(" NEAREST |\tNONE ");
     EXPECT_TRUE(set.test(NEAREST) && set.test(NONE));
     EXPECT_EQ(RastelFlagSet(std::string("  ")).to_string(), "");
-    for (std::string const word : {"nearest", "NONE NEAREST", "", "#", "#0", "#4294967299", "#1x", "#-1"}) {
+    for (std::string const word : {"nearest", "NONE NEAREST", "", "#", "#0", "#4294967299", "#1x", "#-1", "x1"}) {
         try {
             RastelFlagSet const refused("NONE|" + word);
             ADD_FAILURE() << '"' << word << "\" was taken";
