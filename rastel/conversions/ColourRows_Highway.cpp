@@ -36,34 +36,45 @@ using Words = hn::Repartition<std::uint16_t, Bytes>;
 using Vector = hn::Vec<Bytes>;
 using WordVector = hn::Vec<Words>;
 
+using Sixteen = hn::FixedTag<std::uint8_t, 16>;
+
+/// Sixteen pixels at a time: a shuffle for each sixteen bytes of them.
 std::size_t SpreadGrey(std::uint8_t* out, std::uint8_t const* grey, std::size_t count)
 {
-    Bytes const d;
-    std::size_t const lanes = hn::Lanes(d);
+    Sixteen const d;
+    HWY_ALIGN static constexpr std::uint8_t places[48] = {
+        0, 0, 0, 1, 1, 1, 2,  2,  2,  3,  3,  3,  4,  4,  4,  5,  5,  5,  6,  6,  6,  7,  7,  7,
+        8, 8, 8, 9, 9, 9, 10, 10, 10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15};
+    auto const first = hn::Load(d, places);
+    auto const second = hn::Load(d, places + 16);
+    auto const third = hn::Load(d, places + 32);
     std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes) {
-        Vector const value = hn::LoadU(d, grey + i);
-        hn::StoreInterleaved3(value, value, value, d, out + 3 * i);
+    for (; i + 16 <= count; i += 16) {
+        auto const values = hn::LoadU(d, grey + i);
+        hn::StoreU(hn::TableLookupBytes(values, first), d, out + 3 * i);
+        hn::StoreU(hn::TableLookupBytes(values, second), d, out + 3 * i + 16);
+        hn::StoreU(hn::TableLookupBytes(values, third), d, out + 3 * i + 32);
     }
     return i;
 }
 
 std::size_t SpreadGreyAlpha(std::uint8_t* out, std::uint8_t const* grey, std::size_t count, std::uint8_t alpha_mask)
 {
-    Bytes const d;
-    std::size_t const lanes = hn::Lanes(d);
-    Vector const opaque = hn::Set(d, 255);
+    Sixteen const d;
+    HWY_ALIGN static constexpr std::uint8_t alphas[16] = {0, 0, 0, 255, 0, 0, 0, 255, 0, 0, 0, 255, 0, 0, 0, 255};
+    HWY_ALIGN static constexpr std::uint8_t places[16] = {0, 0, 0, 0x80, 1, 1, 1, 0x80, 2, 2, 2, 0x80, 3, 3, 3, 0x80};
+    auto const alpha = hn::Load(d, alphas);
+    auto const first = hn::Load(d, places);
+    auto const four = hn::Set(d, 4);
     std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes) {
-        Vector const value = hn::LoadU(d, grey + i);
-        Vector alpha = opaque;
-        if (alpha_mask == 0) {
-            Vector r;
-            Vector g;
-            Vector b;
-            hn::LoadInterleaved4(d, out + 4 * i, r, g, b, alpha);
+    for (; i + 16 <= count; i += 16) {
+        auto const values = hn::LoadU(d, grey + i);
+        auto place = first;
+        for (std::size_t part = 0; part < 4; ++part, place = hn::Add(place, four)) {
+            std::uint8_t* const pixels = out + 4 * (i + 4 * part);
+            auto const old = alpha_mask == 0 ? hn::And(hn::LoadU(d, pixels), alpha) : alpha;
+            hn::StoreU(hn::Or(hn::TableLookupBytesOr0(values, place), old), d, pixels);
         }
-        hn::StoreInterleaved4(value, value, value, alpha, d, out + 4 * i);
     }
     return i;
 }
@@ -71,7 +82,7 @@ std::size_t SpreadGreyAlpha(std::uint8_t* out, std::uint8_t const* grey, std::si
 /// Four pixels at a time: a shuffle spreads twelve bytes over sixteen. It loads four bytes more than it uses.
 std::size_t AddAlpha(std::uint8_t* out, std::uint8_t const* pixels, std::size_t count, std::uint8_t alpha_mask)
 {
-    hn::FixedTag<std::uint8_t, 16> const d;
+    Sixteen const d;
     HWY_ALIGN static constexpr std::uint8_t places[16] = {0, 1, 2, 0x80, 3, 4, 5, 0x80, 6, 7, 8, 0x80, 9, 10, 11, 0x80};
     HWY_ALIGN static constexpr std::uint8_t alphas[16] = {0, 0, 0, 255, 0, 0, 0, 255, 0, 0, 0, 255, 0, 0, 0, 255};
     auto const place = hn::Load(d, places);
@@ -147,16 +158,13 @@ std::size_t MixStandard(std::uint8_t* out, std::uint8_t const* pixels, std::size
     return MixPixels<Standard>(out, pixels, count);
 }
 
-/// The sums of the samples of each pair of pixels.
-WordVector PairSums(std::uint8_t const* row)
+/// The sums of each two bytes of both rows.
+WordVector PairSums(std::uint8_t const* upper, std::uint8_t const* lower)
 {
-    Vector r;
-    Vector g;
-    Vector b;
-    hn::LoadInterleaved3(Bytes(), row, r, g, b);
-    WordVector const even = hn::Add(hn::Add(Even(r), Even(g)), Even(b));
-    WordVector const odd = hn::Add(hn::Add(Odd(r), Odd(g)), Odd(b));
-    return hn::Add(even, odd);
+    Bytes const d;
+    Vector const above = hn::LoadU(d, upper);
+    Vector const below = hn::LoadU(d, lower);
+    return hn::Add(hn::Add(Even(above), Odd(above)), hn::Add(Even(below), Odd(below)));
 }
 
 std::size_t MeanOfCells(std::uint8_t* out, std::uint8_t const* upper, std::uint8_t const* lower, std::size_t count)
@@ -165,9 +173,17 @@ std::size_t MeanOfCells(std::uint8_t* out, std::uint8_t const* upper, std::uint8
     hn::Rebind<std::uint8_t, Words> const half;
     hn::RebindToSigned<Words> const signed_words;
     std::size_t const lanes = hn::Lanes(d);
+    std::size_t const bytes = 2 * lanes;
+    HWY_ALIGN std::uint16_t sums[3 * hn::MaxLanes(d)];
     std::size_t i = 0;
     for (; i + lanes <= count; i += lanes) {
-        WordVector const sum = hn::Add(hn::Add(PairSums(upper + 6 * i), PairSums(lower + 6 * i)), hn::Set(d, 8));
+        for (std::size_t part = 0; part < 3; ++part)
+            hn::Store(PairSums(upper + 6 * i + part * bytes, lower + 6 * i + part * bytes), d, sums + part * lanes);
+        WordVector first;
+        WordVector second;
+        WordVector third;
+        hn::LoadInterleaved3(d, sums, first, second, third);
+        WordVector const sum = hn::Add(hn::Add(first, second), hn::Add(third, hn::Set(d, 8)));
         WordVector const twelfth = hn::Set(d, 5461);
         // The upper half of the product and of what adding 1020 to the lower half carries.
         WordVector const low = hn::Mul(sum, twelfth);

@@ -18,9 +18,6 @@ RASTEL_CLONES inline void quarter_row(unsigned char* __restrict out, unsigned ch
 template <class D, class Store>
 void sample_grey(TImage<D>& dst, TImage<unsigned char> const& src, Path path, Store const& store)
 {
-    auto const write = [&store](D* out, SampleRows<unsigned char>& samples, std::size_t count) {
-        store(out, samples[0], count);
-    };
     switch (path) {
     case Path::half: {
         std::vector<unsigned char> grey(dst.width);
@@ -32,13 +29,13 @@ void sample_grey(TImage<D>& dst, TImage<unsigned char> const& src, Path path, St
     }
     case Path::box:
         // On purpose not a mean: the reciprocal of the box is cut to a whole number before the product.
-        sample_boxes<SinglePixelOfBox>(dst, src, write);
+        sample_boxes<SinglePixelOfBox>(dst, src, store);
         break;
     case Path::nearest:
-        sample_nearest(dst, src, write);
+        sample_nearest(dst, src, store);
         break;
     default:
-        sample_bilinear(dst, src, write);
+        sample_bilinear(dst, src, store);
         break;
     }
 }

@@ -15,9 +15,9 @@ class RangeWriter
 {
 public:
     explicit RangeWriter(RastelMono16 const& src) : range_(src) {}
-    void operator()(unsigned char* out, SampleRows<unsigned short>& samples, std::size_t count) const
+    void operator()(unsigned char* out, unsigned short const* samples, std::size_t count) const
     {
-        range_.map(out, samples[0], count);
+        range_.map(out, samples, count);
     }
 
 private:

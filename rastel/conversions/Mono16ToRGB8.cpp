@@ -29,9 +29,9 @@ class RangeWriter
 {
 public:
     explicit RangeWriter(RastelMono16 const& src) : range_(src) {}
-    void operator()(TRGB<unsigned char>* out, SampleRows<unsigned short>& samples, std::size_t count) const
+    void operator()(TRGB<unsigned char>* out, unsigned short const* samples, std::size_t count) const
     {
-        store_range(out, samples[0], count, range_);
+        store_range(out, samples, count, range_);
     }
 
 private:
@@ -64,8 +64,8 @@ void ll_Mono16_to_RGB8_bilinear(RastelRGB8& dst, RastelMono16 const& src)
 void ll_Mono16_to_RGB8_nearest(RastelRGB8& dst, RastelMono16 const& src)
 {
     if (!nothing_to_convert(src, dst))
-        sample_nearest(dst, src, [](TRGB<unsigned char>* out, SampleRows<unsigned short>& samples, std::size_t count) {
-            store_low_bytes(out, samples[0], count);
+        sample_nearest(dst, src, [](TRGB<unsigned char>* out, unsigned short const* samples, std::size_t count) {
+            store_low_bytes(out, samples, count);
         });
 }
 

@@ -12,28 +12,12 @@ namespace
 using RGB = TRGB<unsigned char>;
 
 template <class Mix>
-RASTEL_CLONES void mix_rows(unsigned char* __restrict out, unsigned char const* __restrict r,
-                            unsigned char const* __restrict g, unsigned char const* __restrict b, std::size_t count)
-{
-    for (std::size_t i = 0; i < count; ++i)
-        out[i] = static_cast<unsigned char>(Mix::value(r[i], g[i], b[i]));
-}
-
-template <class Mix>
-struct MixWriter {
-    void operator()(unsigned char* out, SampleRows<RGB>& samples, std::size_t count) const
-    {
-        mix_rows<Mix>(out, samples[0], samples[1], samples[2], count);
-    }
-};
-
-template <class Mix>
 void convert_mixed(TImage<RGB> const& src, TImage<unsigned char>& dst, Path path)
 {
-    MixWriter<Mix> const write;
+    auto const write = &colour_rows::mix_pixels<Mix>;
     switch (path) {
     case Path::same:
-        colour_rows::mix_pixels<Mix>(dst.data(), src.data(), static_cast<std::size_t>(src.pixels));
+        write(dst.data(), src.data(), static_cast<std::size_t>(src.pixels));
         break;
     case Path::half:
         sample_halves(dst, src, colour_rows::mean_of_cells); // whatever the mix
@@ -81,7 +65,7 @@ template <class M, class S, class D>
 void ll_RGBX_to_MonoX_bilinear(rastel::TImage<D>& dst, rastel::TImage<S> const& src)
 {
     if (!rastel::impl::nothing_to_convert(src, dst))
-        rastel::impl::sample_bilinear(dst, src, rastel::impl::MixWriter<M>());
+        rastel::impl::sample_bilinear(dst, src, &rastel::impl::colour_rows::mix_pixels<M>);
 }
 
 template void ll_RGBX_to_MonoX_bilinear<rastel::channels_average>(rastel::RastelMono8&, rastel::RastelRGB8 const&);

@@ -60,23 +60,25 @@ RASTEL_CLONES void map_narrow_row(unsigned char* out, T const* samples, std::siz
     }
 }
 
-/// For wider ranges, with a size below 2^16: the product is compared as two halves.
+/// For wider ranges, with a size below 2^16: the upper half of the offset's product with 2^40 over the size, rounded
+/// up, is the quotient, and the greatest sample's is 255.
+struct WideDivision {
+    std::uint16_t least, greatest, sign, reciprocal_upper, reciprocal_lower;
+};
+
 template <class T>
-RASTEL_CLONES void map_wide_row(unsigned char* out, T const* samples, std::size_t count, Division by)
+RASTEL_CLONES void map_wide_row(unsigned char* out, T const* samples, std::size_t count, WideDivision by)
 {
     for (std::size_t i = 0; i < count; ++i) {
         auto const sample = static_cast<std::uint16_t>(static_cast<std::uint16_t>(samples[i]) ^ by.sign);
-        auto const offset = static_cast<std::uint16_t>(sample - by.least);
-        auto const estimate = static_cast<std::uint16_t>((std::uint32_t{offset} * by.reciprocal) >> 16);
-        auto const upper = static_cast<std::uint16_t>((std::uint32_t{estimate} * by.size) >> 16);
-        auto const lower = static_cast<std::uint16_t>(std::uint32_t{estimate} * by.size);
-        auto const offset_upper = static_cast<std::uint16_t>(offset >> 8);
-        auto const offset_lower = static_cast<std::uint16_t>(offset << 8);
-        std::uint16_t const lower_exceeds = lower > offset_lower ? 1 : 0;
-        std::uint16_t const one_more = static_cast<std::uint16_t>(upper + lower_exceeds) > offset_upper ? 1 : 0;
-        auto const quotient = static_cast<std::uint16_t>(estimate - one_more);
-        std::uint16_t const above = sample > by.greatest ? std::uint16_t{255} : quotient;
-        out[i] = static_cast<unsigned char>(sample < by.least ? std::uint16_t{0} : above);
+        std::uint16_t const from_least = sample < by.least ? by.least : sample;
+        std::uint16_t const inside = from_least > by.greatest ? by.greatest : from_least;
+        auto const offset = static_cast<std::uint16_t>(inside - by.least);
+        auto const upper = static_cast<std::uint16_t>((std::uint32_t{offset} * by.reciprocal_upper) >> 16);
+        auto const middle = static_cast<std::uint16_t>(std::uint32_t{offset} * by.reciprocal_upper);
+        auto const lower = static_cast<std::uint16_t>((std::uint32_t{offset} * by.reciprocal_lower) >> 16);
+        std::uint16_t const carry = static_cast<std::uint16_t>(middle + lower) < middle ? 1 : 0;
+        out[i] = static_cast<unsigned char>(upper + carry);
     }
 }
 
@@ -123,21 +125,20 @@ void SampleRange<T>::map(unsigned char* out, T const* samples, std::size_t count
     std::uint32_t const size = greatest < least ? 1 : std::uint32_t{greatest} - least + 1;
     if (size == 65536)
         return map_full_row(out, samples, count, sign);
+    if (size > 32768) {
+        std::uint64_t const reciprocal = ((std::uint64_t{1} << 40) + size - 1) / size; // of 25 bits
+        return map_wide_row(out, samples, count,
+                            {least, greatest, sign, static_cast<std::uint16_t>(reciprocal >> 16),
+                             static_cast<std::uint16_t>(reciprocal)});
+    }
     // A size of 1 has no use for its scale of 2^16: the one offset is 0.
     std::uint32_t scale = 1;
     while (size * scale <= 32768)
         scale *= 2;
     std::uint32_t const reciprocal = ((1U << 24) + size * scale - 1) / (size * scale);
-    Division const by{least,
-                      greatest,
-                      static_cast<std::uint16_t>(size),
-                      sign,
-                      static_cast<std::uint16_t>(scale),
-                      static_cast<std::uint16_t>(reciprocal)};
-    if (size <= 32768)
-        map_narrow_row(out, samples, count, by);
-    else
-        map_wide_row(out, samples, count, by);
+    map_narrow_row(out, samples, count,
+                   {least, greatest, static_cast<std::uint16_t>(size), sign, static_cast<std::uint16_t>(scale),
+                    static_cast<std::uint16_t>(reciprocal)});
 }
 
 template class SampleRange<unsigned short>;

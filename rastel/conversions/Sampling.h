@@ -1,13 +1,16 @@
 // How a conversion fills a destination of another size: the path that the sizes select, the positions along an axis,
 // and four samplers (half, box, nearest, bilinear).
 //
-// A sampler walks the destination's rows. For each it makes one row of samples a channel, in the source's sample type,
-// and hands them to a writer, which mixes the channels and stores the pixels. What differs between conversions is in
-// the rule, which turns the samples under a pixel into one, and in the writer; no loop is written twice.
+// A sampler walks the destination's rows. For each it makes a row of pixels in the source's format and hands it to a
+// writer, which converts and stores them. What differs between conversions is in the rule, which turns the samples
+// under a pixel into one, and in the writer; no loop is written twice.
 #pragma once
 
 #include <rastel/image/TImage.h>
+#include <rastel/operations/Pixels.h>
+#include <rastel/operations/Sampling.h>
 #include <rastel/oq/Numeric.h>
+#include <rastel/oq/RowRuns.h>
 
 #include <algorithm>
 #include <array>
@@ -15,6 +18,7 @@
 #include <cstdint>
 #include <limits>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace rastel::impl
@@ -46,105 +50,38 @@ std::vector<std::uint32_t> nearest_positions(std::uint32_t from, std::uint32_t t
 /// The limits of an axis' boxes: box i reaches from limit i to limit i + 1, the running sums of the float step.
 std::vector<std::uint32_t> box_limits(std::uint32_t from, std::uint32_t to);
 
-/// A pixel as its samples.
-template <class T>
-struct PixelSamples {
-    using Type = T;
-    static constexpr std::size_t channels = 1;
-};
-template <class T>
-struct PixelSamples<TRGB<T>> {
-    using Type = T;
-    static constexpr std::size_t channels = 3;
-};
-
 template <class S>
-using SampleType = typename PixelSamples<S>::Type;
-
-/// One row of samples for each channel.
-template <class S>
-class SampleRows
-{
-public:
-    explicit SampleRows(std::size_t width) : width_(width), samples_(width * PixelSamples<S>::channels) {}
-    SampleType<S>* operator[](std::size_t channel) { return samples_.data() + channel * width_; }
-
-private:
-    std::size_t width_;
-    std::vector<SampleType<S>> samples_;
-};
+using SampleType = detail::Sample<S>;
 
 template <class S>
 SampleType<S> const* sample_row(TImage<S> const& image, std::uint64_t row)
 {
-    return reinterpret_cast<SampleType<S> const*>(image.data() + row * image.width);
-}
-
-/// How many of the columns, whose positions never fall, have their sample inside the room when row `row` is read.
-template <class S>
-std::size_t columns_inside(TImage<S> const& src, std::uint64_t row, std::vector<std::uint32_t> const& at)
-{
-    std::uint64_t const left = src.room() - std::min<std::uint64_t>(src.room(), row * src.width);
-    if (at.back() < left)
-        return at.size();
-    return static_cast<std::size_t>(std::lower_bound(at.begin(), at.end(), left) - at.begin());
-}
-
-template <std::size_t channels, class T>
-RASTEL_CLONES void pick_row(T* __restrict out, T const* __restrict row, std::uint32_t const* __restrict at,
-                            std::size_t count)
-{
-    for (std::size_t x = 0; x < count; ++x)
-        out[x] = row[channels * std::size_t{at[x]}];
+    return detail::samples(image.data() + row * image.width);
 }
 
 /// Each pixel is the source pixel under its position.
 template <class S, class D, class Writer>
 void sample_nearest(TImage<D>& dst, TImage<S> const& src, Writer const& write)
 {
-    auto const columns = nearest_positions(src.width, dst.width);
+    detail::Columns const columns(nearest_positions(src.width, dst.width), sizeof(S));
     auto const rows = nearest_positions(src.height, dst.height);
-    SampleRows<S> samples(dst.width);
+    std::vector<S> pixels(dst.width);
     for (std::uint32_t y = 0; y < dst.height; ++y) {
-        std::size_t const count = columns_inside(src, rows[y], columns);
+        std::size_t const start = std::size_t{rows[y]} * src.width;
+        std::size_t const count = detail::columns_in_room(src, start, columns, dst.width, 0);
         if (count != 0 && (y == 0 || rows[y] != rows[y - 1]))
-            for (std::size_t c = 0; c < PixelSamples<S>::channels; ++c)
-                pick_row<PixelSamples<S>::channels>(samples[c], sample_row(src, rows[y]) + c, columns.data(), count);
-        write(dst.data() + std::size_t{y} * dst.width, samples, count);
+            detail::pick_row(pixels.data(), src, start, columns, count);
+        write(dst.data() + std::size_t{y} * dst.width, pixels.data(), count);
     }
 }
 
-/// What a source row gives to the bilinear sums: each sample times the weight of its side.
-struct WeightedRow {
-    explicit WeightedRow(std::size_t count) : left(count), right(count) {}
-    void clear()
-    {
-        std::fill(left.begin(), left.end(), 0.0F);
-        std::fill(right.begin(), right.end(), 0.0F);
-    }
-    std::vector<float> left, right;
-};
-
-template <std::size_t channels, class T>
-RASTEL_CLONES void weigh_row(float* __restrict left, float* __restrict right, T const* __restrict row,
-                             std::uint32_t const* __restrict at, float const* __restrict fraction, std::size_t count)
+template <class T>
+RASTEL_CLONES void weigh_row(float* __restrict weighted, T const* __restrict samples, float const* __restrict weights,
+                             std::size_t count)
 {
-    for (std::size_t x = 0; x < count; ++x) {
-        T const* const sample = row + channels * std::size_t{at[x]};
-        left[x] = static_cast<float>(sample[0]) * (1.0F - fraction[x]);
-        right[x] = static_cast<float>(sample[channels]) * fraction[x];
-    }
-}
-
-/// Beside the last column there is no right neighbour; a product of 0 leaves a fused sum as it is.
-template <std::size_t channels, class T>
-void weigh_last_columns(float* left, float* right, T const* row, std::uint32_t const* at, float const* fraction,
-                        std::size_t begin, std::size_t end)
-{
-    for (std::size_t x = begin; x < end; ++x) {
-        left[x] = static_cast<float>(row[channels * std::size_t{at[x]}]) * (1.0F - fraction[x]);
-        right[x] = 0.0F;
-    }
+    for (oq::Run const run : oq::vector_runs(count))
+        for (std::size_t i = run.first; i < run.end; ++i)
+            weighted[i] = static_cast<float>(samples[i]) * weights[i];
 }
 
 template <class T>
@@ -153,69 +90,119 @@ RASTEL_CLONES void blend_row(T* __restrict out, float const* __restrict upper_le
                              float lower_weight, std::size_t count)
 {
     float const upper_weight = 1.0F - lower_weight;
-    for (std::size_t x = 0; x < count; ++x) {
-        float value = upper_left[x] * upper_weight;
-        value = std::fma(upper_weight, upper_right[x], value);
-        value = std::fma(lower_weight, lower_left[x], value);
-        value = std::fma(lower_weight, lower_right[x], value);
-        // A mean of samples with weights of at most 1 stays in the range of int.
-        out[x] = static_cast<T>(static_cast<int>(value));
-    }
+    for (oq::Run const run : oq::vector_runs(count))
+        for (std::size_t i = run.first; i < run.end; ++i) {
+            float value = upper_left[i] * upper_weight;
+            value = std::fma(upper_weight, upper_right[i], value);
+            value = std::fma(lower_weight, lower_left[i], value);
+            value = std::fma(lower_weight, lower_right[i], value);
+            // A mean of samples with weights of at most 1 stays in the range of int.
+            out[i] = static_cast<T>(static_cast<int>(value));
+        }
 }
+
+/// The columns of a bilinear picture, and the weights of their pixels' samples.
+template <class S>
+struct BilinearColumns {
+    BilinearColumns(std::uint32_t from, std::uint32_t to)
+    {
+        Positions positions = running_positions(from, to);
+        with_right = static_cast<std::size_t>(std::lower_bound(positions.at.begin(), positions.at.end(), from - 1) -
+                                              positions.at.begin());
+        for (float const fraction : positions.fraction)
+            for (std::size_t c = 0; c < detail::channels<S>; ++c) {
+                left_weights.push_back(1.0F - fraction);
+                right_weights.push_back(fraction);
+            }
+        pixels = detail::Columns(std::move(positions.at), sizeof(S));
+    }
+
+    detail::Columns pixels{{}, sizeof(S)};
+    std::size_t with_right; ///< columns whose pixel has a right neighbour
+    std::vector<float> left_weights, right_weights;
+};
+
+/// What a source row gives to the bilinear sums: each sample times the weight of its side.
+template <class S>
+class WeightedRow
+{
+public:
+    explicit WeightedRow(BilinearColumns<S> const& columns)
+        : left(columns.left_weights.size()), right(left.size()), columns_(&columns), pixels_(columns.pixels.at.size())
+    {
+    }
+
+    /// Takes the first `count` columns of a row. Beside the last pixel there is no right neighbour; a product of 0
+    /// leaves a fused sum as it is.
+    void read(TImage<S> const& src, std::uint64_t row, std::size_t count)
+    {
+        if (count == 0)
+            return;
+        std::size_t const start = static_cast<std::size_t>(row) * src.width;
+        std::size_t const pairs =
+            detail::columns_in_room(src, start, columns_->pixels, std::min(columns_->with_right, count), 1);
+        detail::pick_row(pixels_.data(), src, start, columns_->pixels, count);
+        weigh(left, columns_->left_weights, count);
+        if (pairs != 0)
+            detail::pick_row(pixels_.data(), src, start + 1, columns_->pixels, pairs);
+        weigh(right, columns_->right_weights, pairs);
+        std::fill(right.begin() + static_cast<std::ptrdiff_t>(pairs * detail::channels<S>), right.end(), 0.0F);
+    }
+    void clear()
+    {
+        std::fill(left.begin(), left.end(), 0.0F);
+        std::fill(right.begin(), right.end(), 0.0F);
+    }
+
+    std::vector<float> left, right;
+
+private:
+    void weigh(std::vector<float>& weighted, std::vector<float> const& weights, std::size_t count)
+    {
+        weigh_row(weighted.data(), detail::samples(std::as_const(pixels_).data()), weights.data(),
+                  count * detail::channels<S>);
+    }
+
+    BilinearColumns<S> const* columns_;
+    std::vector<S> pixels_;
+};
 
 /// Each pixel is the mean of the four source pixels around its position, weighted by the fractions, cut to the sample's
 /// width. Right of the last column and below the last row there is nothing to add.
 template <class S, class D, class Writer>
 void sample_bilinear(TImage<D>& dst, TImage<S> const& src, Writer const& write)
 {
-    constexpr std::size_t channels = PixelSamples<S>::channels;
-    Positions const columns = running_positions(src.width, dst.width);
+    BilinearColumns<S> const columns(src.width, dst.width);
     Positions const rows = running_positions(src.height, dst.height);
-    std::size_t const with_right = static_cast<std::size_t>(
-        std::lower_bound(columns.at.begin(), columns.at.end(), src.width - 1) - columns.at.begin());
-
-    SampleRows<S> samples(dst.width);
-    std::size_t const width = dst.width;
-    WeightedRow upper(width * channels);
-    WeightedRow lower(width * channels);
+    std::vector<S> pixels(dst.width);
+    WeightedRow<S> upper(columns);
+    WeightedRow<S> lower(columns);
     // The rows that stand in `upper` and `lower`; below the last row of the source stand zeros.
     constexpr std::uint64_t none = std::numeric_limits<std::uint64_t>::max();
     constexpr std::uint64_t zeros = none - 1;
     std::uint64_t upper_row = none;
     std::uint64_t lower_row = none;
 
-    auto const weigh = [&](WeightedRow& weighted, std::uint64_t row, std::size_t count) {
-        for (std::size_t c = 0; c < channels; ++c) {
-            float* const left = weighted.left.data() + c * width;
-            float* const right = weighted.right.data() + c * width;
-            std::size_t const pairs = std::min(with_right, count);
-            weigh_row<channels>(left, right, sample_row(src, row) + c, columns.at.data(), columns.fraction.data(),
-                                pairs);
-            weigh_last_columns<channels>(left, right, sample_row(src, row) + c, columns.at.data(),
-                                         columns.fraction.data(), pairs, count);
-        }
-    };
-
     for (std::uint32_t y = 0; y < dst.height; ++y) {
         std::uint64_t const row = rows.at[y];
         bool const has_lower = row + 1 < src.height;
-        std::size_t const count = columns_inside(src, has_lower ? row + 1 : row, columns.at);
+        std::size_t const last_start = static_cast<std::size_t>(has_lower ? row + 1 : row) * src.width;
+        std::size_t const count = detail::columns_in_room(src, last_start, columns.pixels, dst.width, 0);
         if (upper_row != row && lower_row == row) {
             std::swap(upper, lower);
             std::swap(upper_row, lower_row);
         }
         if (upper_row != row)
-            weigh(upper, row, count);
+            upper.read(src, row, count);
         upper_row = row;
         if (has_lower && lower_row != row + 1)
-            weigh(lower, row + 1, count);
+            lower.read(src, row + 1, count);
         if (!has_lower && lower_row != zeros)
             lower.clear();
         lower_row = has_lower ? row + 1 : zeros;
-        for (std::size_t c = 0; c < channels; ++c)
-            blend_row(samples[c], upper.left.data() + c * width, upper.right.data() + c * width,
-                      lower.left.data() + c * width, lower.right.data() + c * width, rows.fraction[y], count);
-        write(dst.data() + std::size_t{y} * dst.width, samples, count);
+        blend_row(detail::samples(pixels.data()), upper.left.data(), upper.right.data(), lower.left.data(),
+                  lower.right.data(), rows.fraction[y], count * detail::channels<S>);
+        write(dst.data() + std::size_t{y} * dst.width, pixels.data(), count);
     }
 }
 
@@ -226,27 +213,18 @@ RASTEL_CLONES void add_row(Sum* __restrict sums, T const* __restrict row, std::s
         sums[i] = static_cast<Sum>(sums[i] + row[i]);
 }
 
-/// Running totals of the column sums, channel by channel: entry i holds the columns before i.
-template <std::size_t channels, class Total, class Sum>
-void run_totals(Total* __restrict totals, Sum const* __restrict sums, std::size_t columns)
+/// The sums of the boxes along a row of column sums, for each channel. `limits` has one entry more than there are
+/// boxes.
+template <std::size_t channels, class Sum, class ColumnSum>
+void box_sums(Sum* boxes, ColumnSum const* sums, std::uint32_t const* limits, std::size_t count)
 {
-    std::array<Total, channels> total{};
-    for (std::size_t i = 0; i < columns; ++i)
-        for (std::size_t c = 0; c < channels; ++c) {
-            totals[i * channels + c] = total[c];
-            total[c] += sums[i * channels + c];
-        }
-    for (std::size_t c = 0; c < channels; ++c)
-        totals[columns * channels + c] = total[c];
-}
-
-/// The sum of each box, given its row's running totals. `limits` has one entry more than there are boxes.
-template <std::size_t channels, class Total>
-RASTEL_CLONES void box_sums(Total* __restrict sums, Total const* __restrict totals,
-                            std::uint32_t const* __restrict limits, std::size_t count)
-{
-    for (std::size_t x = 0; x < count; ++x)
-        sums[x] = totals[channels * std::size_t{limits[x + 1]}] - totals[channels * std::size_t{limits[x]}];
+    for (std::size_t x = 0; x < count; ++x) {
+        std::array<Sum, channels> box{};
+        for (std::size_t i = limits[x]; i < limits[x + 1]; ++i)
+            for (std::size_t c = 0; c < channels; ++c)
+                box[c] += sums[i * channels + c];
+        std::copy(box.begin(), box.end(), boxes + x * channels);
+    }
 }
 
 template <class Rule, class T>
@@ -257,12 +235,16 @@ RASTEL_CLONES void rule_row(T* __restrict out, typename Rule::Sum const* __restr
         out[x] = static_cast<T>(Rule::value(sums[x], reciprocals[x]));
 }
 
-/// The reciprocals of the sizes of a row's boxes, divided in double and rounded to float.
-RASTEL_CLONES inline void reciprocal_row(float* __restrict out, std::uint32_t const* __restrict limits,
-                                         std::uint32_t box_height, std::size_t count)
+/// The reciprocals of the sizes of a row's boxes, divided in double and rounded to float, one for each sample.
+template <std::size_t channels>
+RASTEL_CLONES void reciprocal_row(float* __restrict out, std::uint32_t const* __restrict limits,
+                                  std::uint32_t box_height, std::size_t count)
 {
-    for (std::size_t x = 0; x < count; ++x)
-        out[x] = static_cast<float>(1.0 / static_cast<double>((limits[x + 1] - limits[x]) * box_height));
+    for (std::size_t x = 0; x < count; ++x) {
+        auto const reciprocal = static_cast<float>(1.0 / static_cast<double>((limits[x + 1] - limits[x]) * box_height));
+        for (std::size_t c = 0; c < channels; ++c)
+            out[x * channels + c] = reciprocal;
+    }
 }
 
 /// ColumnSum holds the sum of a box's height of samples.
@@ -270,13 +252,12 @@ template <class ColumnSum, class Rule, class S, class D, class Writer>
 void sample_boxes_with(TImage<D>& dst, TImage<S> const& src, std::vector<std::uint32_t> const& rows,
                        Writer const& write)
 {
-    constexpr std::size_t channels = PixelSamples<S>::channels;
+    constexpr std::size_t channels = detail::channels<S>;
     auto const columns = box_limits(src.width, dst.width);
-    SampleRows<S> samples(dst.width);
+    std::vector<S> pixels(dst.width);
     std::vector<ColumnSum> sums(std::size_t{columns.back()} * channels);
-    std::vector<typename Rule::Sum> totals(sums.size() + channels);
-    std::vector<typename Rule::Sum> boxes(dst.width);
-    std::vector<float> reciprocals(dst.width);
+    std::vector<typename Rule::Sum> boxes(dst.width * channels);
+    std::vector<float> reciprocals(boxes.size());
     std::uint32_t reciprocals_height = 0;
 
     for (std::uint32_t y = 0; y < dst.height; ++y) {
@@ -291,15 +272,12 @@ void sample_boxes_with(TImage<D>& dst, TImage<S> const& src, std::vector<std::ui
         std::fill(sums.begin(), sums.end(), ColumnSum{0});
         for (std::uint32_t row = rows[y]; row < rows[y + 1]; ++row)
             add_row(sums.data(), sample_row(src, row), covered * channels);
-        run_totals<channels>(totals.data(), sums.data(), covered);
         if (y == 0 || box_height != reciprocals_height)
-            reciprocal_row(reciprocals.data(), columns.data(), box_height, dst.width);
+            reciprocal_row<channels>(reciprocals.data(), columns.data(), box_height, dst.width);
         reciprocals_height = box_height;
-        for (std::size_t c = 0; c < channels; ++c) {
-            box_sums<channels>(boxes.data(), totals.data() + c, columns.data(), count);
-            rule_row<Rule>(samples[c], boxes.data(), reciprocals.data(), count);
-        }
-        write(dst.data() + std::size_t{y} * dst.width, samples, count);
+        box_sums<channels>(boxes.data(), sums.data(), columns.data(), count);
+        rule_row<Rule>(detail::samples(pixels.data()), boxes.data(), reciprocals.data(), count * channels);
+        write(dst.data() + std::size_t{y} * dst.width, pixels.data(), count);
     }
 }
 

@@ -41,37 +41,39 @@ constexpr int colour_bits = 2;
 RASTEL_ROW_FUNCTION void green_row(Byte* __restrict out, Byte const* __restrict colour, Cross<Byte> green,
                                    Cross<Byte> far, std::size_t count)
 {
-    for (std::size_t i = 0; i < count; ++i) {
-        short const bend_h = bend(far.left[i], colour[i], far.right[i]);
-        short const bend_v = bend(far.up[i], colour[i], far.down[i]);
-        short const change_h = change(bend_h, green.left[i], green.right[i]);
-        short const change_v = change(bend_v, green.up[i], green.down[i]);
-        short const sum_h = sum(green.left[i], green.right[i]);
-        short const sum_v = sum(green.up[i], green.down[i]);
-        short const sum_a = change_h > change_v ? sum_v : sum_h;
-        short const sum_b = change_h < change_v ? sum_h : sum_v;
-        short const bend_a = change_h > change_v ? bend_v : bend_h;
-        short const bend_b = change_h < change_v ? bend_h : bend_v;
-        out[i] = clamp_to_byte(corrected<green_bits>(sum_a, sum_b, bend_a, bend_b));
-    }
+    for (oq::Run const run : oq::vector_runs(count))
+        for (std::size_t i = run.first; i < run.end; ++i) {
+            short const bend_h = bend(far.left[i], colour[i], far.right[i]);
+            short const bend_v = bend(far.up[i], colour[i], far.down[i]);
+            short const change_h = change(bend_h, green.left[i], green.right[i]);
+            short const change_v = change(bend_v, green.up[i], green.down[i]);
+            short const sum_h = sum(green.left[i], green.right[i]);
+            short const sum_v = sum(green.up[i], green.down[i]);
+            short const sum_a = change_h > change_v ? sum_v : sum_h;
+            short const sum_b = change_h < change_v ? sum_h : sum_v;
+            short const bend_a = change_h > change_v ? bend_v : bend_h;
+            short const bend_b = change_h < change_v ? bend_h : bend_v;
+            out[i] = clamp_to_byte(corrected<green_bits>(sum_a, sum_b, bend_a, bend_b));
+        }
 }
 
 RASTEL_ROW_FUNCTION void diagonal_row(Byte* __restrict out, Byte const* __restrict green, Diagonals<Byte> colour,
                                       Diagonals<Byte> greens, std::size_t count)
 {
-    for (std::size_t i = 0; i < count; ++i) {
-        short const bend_main = bend(greens.up_left[i], green[i], greens.down_right[i]);
-        short const bend_anti = bend(greens.up_right[i], green[i], greens.down_left[i]);
-        short const change_main = change(bend_main, colour.up_left[i], colour.down_right[i]);
-        short const change_anti = change(bend_anti, colour.up_right[i], colour.down_left[i]);
-        short const sum_main = sum(colour.up_left[i], colour.down_right[i]);
-        short const sum_anti = sum(colour.up_right[i], colour.down_left[i]);
-        short const sum_a = change_main > change_anti ? sum_anti : sum_main;
-        short const sum_b = change_main < change_anti ? sum_main : sum_anti;
-        short const bend_a = change_main > change_anti ? bend_anti : bend_main;
-        short const bend_b = change_main < change_anti ? bend_main : bend_anti;
-        out[i] = clamp_to_byte(corrected<colour_bits>(sum_a, sum_b, bend_a, bend_b));
-    }
+    for (oq::Run const run : oq::vector_runs(count))
+        for (std::size_t i = run.first; i < run.end; ++i) {
+            short const bend_main = bend(greens.up_left[i], green[i], greens.down_right[i]);
+            short const bend_anti = bend(greens.up_right[i], green[i], greens.down_left[i]);
+            short const change_main = change(bend_main, colour.up_left[i], colour.down_right[i]);
+            short const change_anti = change(bend_anti, colour.up_right[i], colour.down_left[i]);
+            short const sum_main = sum(colour.up_left[i], colour.down_right[i]);
+            short const sum_anti = sum(colour.up_right[i], colour.down_left[i]);
+            short const sum_a = change_main > change_anti ? sum_anti : sum_main;
+            short const sum_b = change_main < change_anti ? sum_main : sum_anti;
+            short const bend_a = change_main > change_anti ? bend_anti : bend_main;
+            short const bend_b = change_main < change_anti ? bend_main : bend_anti;
+            out[i] = clamp_to_byte(corrected<colour_bits>(sum_a, sum_b, bend_a, bend_b));
+        }
 }
 
 /// The colour of the two neighbours.
@@ -79,11 +81,12 @@ RASTEL_ROW_FUNCTION void pair_row(Byte* __restrict out, Byte const* __restrict g
                                   Byte const* __restrict behind, Byte const* __restrict green_before,
                                   Byte const* __restrict green_behind, std::size_t count)
 {
-    for (std::size_t i = 0; i < count; ++i) {
-        short const pair = sum(before[i], behind[i]);
-        short const green_bend = bend(green_before[i], green[i], green_behind[i]);
-        out[i] = clamp_to_byte(corrected<colour_bits>(pair, pair, green_bend, green_bend));
-    }
+    for (oq::Run const run : oq::vector_runs(count))
+        for (std::size_t i = run.first; i < run.end; ++i) {
+            short const pair = sum(before[i], behind[i]);
+            short const green_bend = bend(green_before[i], green[i], green_behind[i]);
+            out[i] = clamp_to_byte(corrected<colour_bits>(pair, pair, green_bend, green_bend));
+        }
 }
 
 template <class P>

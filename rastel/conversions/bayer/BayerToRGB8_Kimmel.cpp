@@ -129,30 +129,35 @@ INLINE Square values(Diagonals<Byte> taps, std::size_t i)
 RASTEL_ROW_FUNCTION void green_row(Byte* __restrict out, Byte const* __restrict colour, Cross<Byte> green,
                                    Cross<Byte> far, std::size_t count)
 {
-    for (std::size_t i = 0; i < count; ++i)
-        out[i] = stored(green_estimate(values(green, i), values(far, i), colour[i]));
+    for (oq::Run const run : oq::vector_runs(count))
+        for (std::size_t i = run.first; i < run.end; ++i)
+            out[i] = stored(green_estimate(values(green, i), values(far, i), colour[i]));
 }
 
 RASTEL_ROW_FUNCTION void diagonal_row(Byte* __restrict out, Byte const* __restrict colour, Byte const* __restrict green,
                                       Diagonals<Byte> diagonal, Diagonals<Byte> far, Diagonals<Byte> greens,
                                       std::size_t count)
 {
-    for (std::size_t i = 0; i < count; ++i)
-        out[i] = stored(diagonal_estimate(values(diagonal, i), values(far, i), colour[i], values(greens, i), green[i]));
+    for (oq::Run const run : oq::vector_runs(count))
+        for (std::size_t i = run.first; i < run.end; ++i)
+            out[i] =
+                stored(diagonal_estimate(values(diagonal, i), values(far, i), colour[i], values(greens, i), green[i]));
 }
 
 RASTEL_ROW_FUNCTION void direct_row(Byte* __restrict out, Byte const* __restrict green, Cross<Byte> colour,
                                     Cross<Byte> greens, Cross<Byte> far_greens, std::size_t count)
 {
-    for (std::size_t i = 0; i < count; ++i)
-        out[i] = stored(direct_estimate(values(colour, i), values(greens, i), values(far_greens, i), green[i]));
+    for (oq::Run const run : oq::vector_runs(count))
+        for (std::size_t i = run.first; i < run.end; ++i)
+            out[i] = stored(direct_estimate(values(colour, i), values(greens, i), values(far_greens, i), green[i]));
 }
 
 RASTEL_ROW_FUNCTION void refine_colour_row(Byte* __restrict out, Byte const* __restrict green, Diagonals<Byte> colour,
                                            Diagonals<Byte> greens, Diagonals<Byte> far_greens, std::size_t count)
 {
-    for (std::size_t i = 0; i < count; ++i)
-        out[i] = stored(refined_colour(values(colour, i), values(greens, i), values(far_greens, i), green[i]));
+    for (oq::Run const run : oq::vector_runs(count))
+        for (std::size_t i = run.first; i < run.end; ++i)
+            out[i] = stored(refined_colour(values(colour, i), values(greens, i), values(far_greens, i), green[i]));
 }
 
 /// What the refinement of green reads: for either colour its value at the site and at the neighbours, then the greens.
@@ -165,28 +170,83 @@ struct RefinementTaps {
     Cross<Byte> greens, far_greens;
 };
 
-INLINE Byte refined_green_at(RefinementTaps const& taps, std::size_t i)
+/// Refined greens of a few sites by one colour, as far as they don't depend on the green to the left.
+class OpenMeans
 {
-    Romboid const greens = values(taps.greens, i);
-    Romboid const far = values(taps.far_greens, i);
-    float const by_own = refined_green(values(taps.owns, i), taps.own[i], greens, far, taps.green[i]);
-    float const by_other = refined_green(values(taps.others, i), taps.other[i], greens, far, taps.green[i]);
-    return stored((by_own + by_other) * 0.5F);
+public:
+    static constexpr std::size_t size = 64;
+
+    INLINE void set(std::size_t i, Romboid colour, Romboid greens, Romboid far_greens, float green)
+    {
+        Romboid const divisor{at_least_1(colour.n), at_least_1(colour.s), at_least_1(colour.w), at_least_1(colour.e)};
+        Romboid const value = ratio(greens, divisor);
+        Romboid const weights = edge_weights(colour, far_greens, green);
+        product_n_[i] = value.n * weights.n;
+        s_[i] = value.s;
+        w_[i] = value.w;
+        e_[i] = value.e;
+        weight_n_[i] = weights.n;
+        weight_s_[i] = weights.s;
+        weight_e_[i] = weights.e;
+        horizontal_[i] = one_plus_square((colour.w - colour.e) * 0.5F);
+    }
+
+    /// The refined green, `refined_green` step by step.
+    INLINE float close(std::size_t i, float far_w, float green, float site) const
+    {
+        float const weight_w = weight(horizontal_[i], (far_w - green) * 0.5F);
+        float const sum =
+            std::fma(s_[i], weight_s_[i], std::fma(e_[i], weight_e_[i], std::fma(w_[i], weight_w, product_n_[i])));
+        return site * (sum / (((weight_w + weight_n_[i]) + weight_e_[i]) + weight_s_[i]));
+    }
+
+private:
+    float product_n_[size], s_[size], w_[size], e_[size];
+    float weight_n_[size], weight_s_[size], weight_e_[size], horizontal_[size];
+};
+
+/// The refined green of a site beside this one to the left, from the mean of what both colours give.
+INLINE Byte close_both(OpenMeans const& by_own, OpenMeans const& by_other, std::size_t i, float far_w, float green,
+                       float own, float other)
+{
+    return stored((by_own.close(i, far_w, green, own) + by_other.close(i, far_w, green, other)) * 0.5F);
 }
 
-RASTEL_ROW_FUNCTION void refine_green_row(Byte* __restrict out, RefinementTaps taps, std::size_t count)
+/// Works from left to right, each site with its left neighbour refined already, from out[-1] on. That neighbour seldom
+/// decides the byte, so a few sites are made twice at the full speed of vectors, with the old neighbours and with those
+/// that this gives, and then corrected where the neighbour has changed again.
+RASTEL_ROW_FUNCTION void refine_green_row(Byte* out, RefinementTaps taps, std::size_t count)
 {
-    for (std::size_t i = 0; i < count; ++i)
-        out[i] = refined_green_at(taps, i);
-}
-
-/// Makes again what was made from another left neighbour than the one that is there now. taps.far_greens.left is
-/// `out` itself.
-RASTEL_ROW_FUNCTION void correct_green_row(Byte* out, Byte const* left_before, RefinementTaps taps, std::size_t count)
-{
-    for (std::size_t i = 0; i < count; ++i)
-        if (taps.far_greens.left[i] != left_before[i])
-            out[i] = refined_green_at(taps, i);
+    constexpr std::size_t size = OpenMeans::size;
+    OpenMeans by_own;
+    OpenMeans by_other;
+    Byte left[size + 1];
+    for (std::size_t done = 0; done < count;) {
+        // The last sites start early enough to fill the vectors as well.
+        std::size_t const first = count - done < size && count >= size ? count - size : done;
+        std::size_t const sites = std::min(size, count - first);
+        for (std::size_t i = 0; i < sites; ++i) {
+            Romboid const greens = values(taps.greens, first + i);
+            Romboid const far = values(taps.far_greens, first + i);
+            float const green = taps.green[first + i];
+            by_own.set(i, values(taps.owns, first + i), greens, far, green);
+            by_other.set(i, values(taps.others, first + i), greens, far, green);
+        }
+        Byte* const greens = out + first;
+        Byte const* const old = taps.green + first;
+        Byte const* const own = taps.own + first;
+        Byte const* const other = taps.other + first;
+        Byte const* const old_left = taps.far_greens.left + first;
+        left[0] = greens[-1];
+        for (std::size_t i = 0; i < sites; ++i)
+            left[i + 1] = close_both(by_own, by_other, i, old_left[i], old[i], own[i], other[i]);
+        for (std::size_t i = 0; i < sites; ++i)
+            greens[i] = close_both(by_own, by_other, i, left[i], old[i], own[i], other[i]);
+        for (std::size_t i = 1; i < sites; ++i)
+            if (greens[i - 1] != left[i])
+                greens[i] = close_both(by_own, by_other, i, greens[i - 1], old[i], own[i], other[i]);
+        done = first + sites;
+    }
 }
 
 /// Rows and columns of the decoder's steps: pairs from `first` on.
@@ -279,35 +339,27 @@ private:
                           diagonal(green_of_colour_, y, parity, i), two_diagonal(green_of_colour_, y, i), sites.size());
     }
 
-    /// Works from left to right in place, each site with its left neighbour refined already. That neighbour seldom
-    /// decides the byte, so the row is made twice at the full speed of vectors, with the old neighbours and with those
-    /// that this gives, and then corrected where the neighbour has changed again.
     void refine_green(std::size_t y, Ring& colour)
     {
         unsigned const parity = 1 - colour_x<P>(y);
         Span const sites = packed(refined_.columns, parity);
         std::size_t const i = sites.first;
         Byte* const green = green_[y] + i;
-        RefinementTaps taps{own_of_green_[y] + i,
-                            beside(other_, colour, y, parity, i),
-                            other_of_green_[y] + i,
-                            beside(colour, other_, y, parity, i),
-                            green,
-                            beside(green_of_colour_, green_of_colour_, y, parity, i),
-                            two_beside(green_, y, i)};
-        guess_.front() = refined_green_.front() = green[-1];
-        refine_green_row(guess_.data() + 1, taps, sites.size());
-        taps.far_greens.left = guess_.data();
+        RefinementTaps const taps{own_of_green_[y] + i,
+                                  beside(other_, colour, y, parity, i),
+                                  other_of_green_[y] + i,
+                                  beside(colour, other_, y, parity, i),
+                                  green,
+                                  beside(green_of_colour_, green_of_colour_, y, parity, i),
+                                  two_beside(green_, y, i)};
+        refined_green_.front() = green[-1];
         refine_green_row(refined_green_.data() + 1, taps, sites.size());
-        taps.far_greens.left = refined_green_.data();
-        correct_green_row(refined_green_.data() + 1, guess_.data(), taps, sites.size());
         std::copy_n(refined_green_.data() + 1, sites.size(), green);
     }
 
     Area const refined_{refined_span(height_), refined_span(width_)};
     Ring raw_colour_{this->sites()}, raw_green_{this->sites()};
-    std::vector<Byte> guess_ = std::vector<Byte>(this->sites() + 1);
-    std::vector<Byte> refined_green_ = guess_;
+    std::vector<Byte> refined_green_ = std::vector<Byte>(this->sites() + 1);
 };
 
 template <class P>

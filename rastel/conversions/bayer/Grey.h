@@ -6,11 +6,13 @@
 #include <rastel/conversions/bayer/Bands.h>
 #include <rastel/conversions/bayer/Scale.h>
 #include <rastel/operations/BasicOperations.h>
+#include <rastel/oq/RowRuns.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace rastel::impl
@@ -38,34 +40,76 @@ LuminanceWeights luminance_weights(std::optional<unsigned int> max)
 }
 
 /// The weights of a row's samples, column by column.
-template <class P>
-std::vector<std::uint32_t> row_weights(LuminanceWeights weights, std::size_t y, std::size_t width)
+template <class P, class Weight>
+std::vector<Weight> row_weights(LuminanceWeights weights, std::size_t y, std::size_t width)
 {
-    std::vector<std::uint32_t> row(width, weights.green);
+    std::vector<Weight> row(width, static_cast<Weight>(weights.green));
     for (std::size_t x = colour_x<P>(y); x < width; x += 2)
-        row[x] = holds_red<P>(y) ? weights.red : weights.blue;
+        row[x] = static_cast<Weight>(holds_red<P>(y) ? weights.red : weights.blue);
     return row;
 }
 
-/// The weighted sum of each sample and the one to the right of it.
+/// The arithmetic of the weights: sums that wrap at 32 bits.
 template <class Sample>
-RASTEL_CLONES void sum_pairs(std::uint32_t* __restrict pairs, Sample const* __restrict row,
-                             std::uint32_t const* __restrict weights, std::size_t count)
+struct FixedPointLuminance {
+    using Sum = std::uint32_t;
+    static std::uint32_t level(Sum sum) { return sum >> fraction_bits<Sample>; }
+};
+
+/// For bytes whose range is that of the grey. The weights are multiples of a two-hundredth then, each cut a little, so
+/// that a sum which is a whole number comes out as the one below. The sum of the multiples fits into 16 bits, and
+/// 41943 / 2^23 is a two-hundredth cut a little.
+struct TwoHundredths {
+    using Sum = std::uint16_t;
+    static constexpr LuminanceWeights weights{60, 22, 59};
+    static std::uint32_t level(Sum sum) { return ((std::uint32_t{sum} * 41943) >> 16) >> 7; }
+};
+
+/// The weighted sum of each sample and the one to the right of it.
+template <class Sum, class Sample>
+RASTEL_CLONES void sum_pairs(Sum* __restrict pairs, Sample const* __restrict row, Sum const* __restrict weights,
+                             std::size_t count)
 {
-    for (std::size_t x = 0; x < count; ++x)
-        pairs[x] = row[x] * weights[x] + row[x + 1] * weights[x + 1];
+    for (oq::Run const run : oq::vector_runs(count))
+        for (std::size_t x = run.first; x < run.end; ++x)
+            pairs[x] = static_cast<Sum>(row[x] * weights[x] + row[x + 1] * weights[x + 1]);
 }
 
-/// The luminance of the quads whose upper pairs are in `pairs`, which then holds the pairs of this row, the lower one.
-template <class Grey, class Sample>
-RASTEL_CLONES void luminance_row(Grey* __restrict out, std::uint32_t* __restrict pairs, Sample const* __restrict row,
-                                 std::uint32_t const* __restrict weights, std::size_t count)
+/// The luminance of the quads whose upper pairs are `upper`; makes the pairs of this row, the lower one.
+template <class Arithmetic, class Grey, class Sample, class Sum>
+RASTEL_CLONES void luminance_row(Grey* __restrict out, Sum* __restrict lower, Sum const* __restrict upper,
+                                 Sample const* __restrict row, Sum const* __restrict weights, std::size_t count)
 {
-    for (std::size_t x = 0; x < count; ++x) {
-        std::uint32_t const lower = row[x] * weights[x] + row[x + 1] * weights[x + 1];
-        out[x] = static_cast<Grey>((pairs[x] + lower) >> fraction_bits<Sample>);
-        pairs[x] = lower;
+    for (oq::Run const run : oq::vector_runs(count))
+        for (std::size_t x = run.first; x < run.end; ++x) {
+            lower[x] = static_cast<Sum>(row[x] * weights[x] + row[x + 1] * weights[x + 1]);
+            out[x] = static_cast<Grey>(Arithmetic::level(static_cast<Sum>(upper[x] + lower[x])));
+        }
+}
+
+template <class Arithmetic, class Grey, class P>
+void decode_luminance_rows(TImage<Grey>& dst, Mosaic<P> const& src, Rows rows, LuminanceWeights weights)
+{
+    using Sum = typename Arithmetic::Sum;
+    std::size_t const width = src.width;
+    std::vector<Sum> const row_weight[] = {row_weights<P, Sum>(weights, 0, width),
+                                           row_weights<P, Sum>(weights, 1, width)};
+
+    // The image's last column and row, whichever band that falls to, have no quads: they repeat the ones before.
+    bool const at_end = rows.end == even_part(src.height);
+    std::size_t const quads_end = at_end ? rows.end - 1 : rows.end;
+    std::vector<Sum> upper(width - 1);
+    std::vector<Sum> lower(width - 1);
+    sum_pairs(upper.data(), samples(src) + rows.start * width, row_weight[0].data(), upper.size());
+    for (std::size_t y = rows.start; y < quads_end; ++y) {
+        Grey* const out = dst.data() + y * width;
+        luminance_row<Arithmetic>(out, lower.data(), upper.data(), samples(src) + (y + 1) * width,
+                                  row_weight[(y + 1) % 2].data(), upper.size());
+        out[width - 1] = out[width - 2];
+        std::swap(upper, lower);
     }
+    if (at_end)
+        std::copy_n(dst.data() + (quads_end - 1) * width, width, dst.data() + quads_end * width);
 }
 
 template <class Grey, class P>
@@ -75,23 +119,14 @@ TImage<Grey>& decode_luminance(TImage<Grey>& dst, Mosaic<P> const& src, std::uin
     Rows const rows = band_rows(src.height, band, bands);
     if (rows.empty() || src.width < 2 || !decodable(dst, src))
         return dst;
-    std::size_t const width = src.width;
-    auto const weights = luminance_weights<Sample, Grey>(greatest_sample(src));
-    std::vector<std::uint32_t> const row_weight[] = {row_weights<P>(weights, 0, width),
-                                                     row_weights<P>(weights, 1, width)};
-
-    // The image's last column and row, whichever band that falls to, have no quads: they repeat the ones before.
-    bool const at_end = rows.end == even_part(src.height);
-    std::size_t const quads_end = at_end ? rows.end - 1 : rows.end;
-    std::vector<std::uint32_t> pairs(width - 1);
-    sum_pairs(pairs.data(), samples(src) + rows.start * width, row_weight[0].data(), pairs.size());
-    for (std::size_t y = rows.start; y < quads_end; ++y) {
-        Grey* const out = dst.data() + y * width;
-        luminance_row(out, pairs.data(), samples(src) + (y + 1) * width, row_weight[(y + 1) % 2].data(), pairs.size());
-        out[width - 1] = out[width - 2];
+    auto const max = greatest_sample(src);
+    if constexpr (sizeof(Sample) == 1) {
+        if (!max || *max == 255) {
+            decode_luminance_rows<TwoHundredths>(dst, src, rows, TwoHundredths::weights);
+            return dst;
+        }
     }
-    if (at_end)
-        std::copy_n(dst.data() + (quads_end - 1) * width, width, dst.data() + quads_end * width);
+    decode_luminance_rows<FixedPointLuminance<Sample>>(dst, src, rows, luminance_weights<Sample, Grey>(max));
     return dst;
 }
 
@@ -112,8 +147,10 @@ RASTEL_CLONES void green_row(Grey* __restrict out, typename P::Sample const* __r
                              typename P::Sample const* __restrict lower, std::size_t count, Scale scale)
 {
     constexpr unsigned upper_green = 1 - colour_x<P>(0);
-    for (std::size_t x = 0; x < count; ++x)
-        out[x] = static_cast<Grey>(scale(std::uint32_t{upper[2 * x + upper_green]} + lower[2 * x + 1 - upper_green]));
+    for (oq::Run const run : oq::vector_runs(count))
+        for (std::size_t x = run.first; x < run.end; ++x)
+            out[x] =
+                static_cast<Grey>(scale(std::uint32_t{upper[2 * x + upper_green]} + lower[2 * x + 1 - upper_green]));
 }
 
 template <class Grey, class P>

@@ -9,6 +9,7 @@
 
 #include <rastel/conversions/bayer/Cell.h>
 #include <rastel/oq/Numeric.h>
+#include <rastel/oq/RowRuns.h>
 
 #include <algorithm>
 #include <cstddef>
