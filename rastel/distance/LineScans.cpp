@@ -81,8 +81,8 @@ void square_columns(T* dst, int columns, int height, std::ptrdiff_t stride)
         for (int y = 1; y < height; ++y)
             enter(y, y - 1);
         steps.fill(1);
-        for (int y = height - 2; y >= 0; --y)
-            enter(y, y + 1);
+        for (int rows = height; rows > 1; --rows)
+            enter(rows - 2, rows - 1);
         dst += count;
         columns -= count;
     }
@@ -131,8 +131,8 @@ void edt_horizontal(T* dst, int width, int height, long stride)
         for (int x = 0; x < width; ++x)
             last = row[x] = square_step(row[x], last, step);
         step = 1;
-        for (int x = width - 1; x >= 0; --x)
-            last = row[x] = square_step(row[x], last, step);
+        for (int count = width; count > 0; --count)
+            last = row[count - 1] = square_step(row[count - 1], last, step);
     }
 }
 
@@ -148,8 +148,8 @@ void dt_vertical(S const* src, D* dst, int width, int height, long stride)
     seed_row(dst, src, count, limit);
     for (int y = 1; y < height; ++y)
         unit_row_down(dst + y * step, dst + (y - 1) * step, src + y * step, count, limit);
-    for (int y = height - 2; y >= 0; --y)
-        unit_row_up(dst + y * step, dst + (y + 1) * step, count);
+    for (int rows = height; rows > 1; --rows)
+        unit_row_up(dst + (rows - 2) * step, dst + (rows - 1) * step, count);
 }
 
 template <class S, class D>
