@@ -163,16 +163,16 @@ struct Picture {
     }
 };
 
-Picture make_picture(Input& in, unsigned int type_index, unsigned int width, unsigned int height, unsigned int run)
+Picture make_picture(Input& in, unsigned int type_index, fuzz::Size size, unsigned int run)
 {
     Type const& type = types[type_index];
     Picture made;
     made.type = type_index;
     made.seed = in.byte();
-    std::size_t const pixels = std::size_t{width} * height * type.bytes;
+    std::size_t const pixels = std::size_t{size.width} * size.height * type.bytes;
     unsigned int const kind = in.below(8);
     if (kind == 0) {
-        made.image = type.make(width, height, nullptr);
+        made.image = type.make(size.width, size.height, nullptr);
         made.buffer = made.image->buffer;
         std::memcpy(made.buffer->get(), fuzz::noise(made.seed), made.buffer->Room());
         return made;
@@ -181,16 +181,16 @@ Picture make_picture(Input& in, unsigned int type_index, unsigned int width, uns
     std::size_t const room = kind == 1   ? pixels
                              : kind == 2 ? in.place(pixels + 1)
                                          : pixels + in.below(kind == 3 ? 8 : 200);
-    std::size_t const size = kind == 4 ? in.place(pixels + 1) : std::min(pixels, room);
+    std::size_t const counted = kind == 4 ? in.place(pixels + 1) : std::min(pixels, room);
     std::size_t const shift = (in.below(16) + run) * type.alignment;
     made.memory = std::make_unique<Fenced>(room, shift, made.seed);
-    made.buffer = std::make_shared<impl::BufferType>(made.memory->data(), size, room);
-    made.image = type.make(width, height, made.buffer);
+    made.buffer = std::make_shared<impl::BufferType>(made.memory->data(), counted, room);
+    made.image = type.make(size.width, size.height, made.buffer);
     return made;
 }
 
 /// A second image in the memory of the first, all of it or a part.
-Picture make_overlapping(Input& in, Picture& other, unsigned int type_index, unsigned int width, unsigned int height)
+Picture make_overlapping(Input& in, Picture& other, unsigned int type_index, fuzz::Size size)
 {
     Type const& type = types[type_index];
     Picture made;
@@ -202,7 +202,7 @@ Picture make_overlapping(Input& in, Picture& other, unsigned int type_index, uns
         made.buffer =
             std::make_shared<impl::BufferType>(static_cast<std::uint8_t*>(other.buffer->get()) + offset, room - offset);
     }
-    made.image = type.make(width, height, made.buffer);
+    made.image = type.make(size.width, size.height, made.buffer);
     return made;
 }
 
@@ -504,9 +504,13 @@ Reach operate(Run& run, unsigned int operation)
         return keep_geometry ? all_room : typed_as_source; // a rectangle outside the source lands anywhere
     }
     case 10:
-    case 11:
-        Resample(src, dst, method(in));
-        return typed_as_source;
+    case 11: {
+        RastelFlag const& by = method(in);
+        Resample(src, dst, by);
+        // Half a picture is written in rows of half the source's, whatever the destination's are.
+        bool const half = src.width / 2 == dst.width && src.height / 2 == dst.height;
+        return by == DOWNSAMPLE_2X && !half ? all_room : typed_as_source;
+    }
     case 12:
         run.digest.add_value(IsEmpty(src));
         return nothing;
@@ -585,29 +589,30 @@ std::pair<unsigned int, unsigned int> pick_types(Input& in, bool conversion)
     return {source, targets[in.below(source < first_mosaic16 ? 6 : 5)]};
 }
 
+/// The destination's size, as operations want it, or any.
+fuzz::Size pick_size(Input& in, fuzz::Size source, bool field)
+{
+    switch (in.below(field ? 2 : 8)) {
+    case 0:
+        return {source.width, source.height / 2};
+    case 1:
+        return {source.height, source.width};
+    case 2:
+    case 3:
+        return {source.width / 2, source.height / 2};
+    case 4:
+        return in.size();
+    default:
+        return source;
+    }
+}
+
 Outcome run(Input in, unsigned int repetition)
 {
     unsigned int const operation = in.below(28);
     auto const [source_type, target_type] = pick_types(in, operation >= 18);
-    unsigned int const width = in.extent();
-    unsigned int const height = in.extent();
-    auto const [target_width, target_height] = [&]() -> std::pair<unsigned int, unsigned int> {
-        switch (in.below(operation == 4 ? 2 : 8)) {
-        case 0:
-            return {width, height / 2};
-        case 1:
-            return {height, width};
-        case 2:
-        case 3:
-            return {width / 2, height / 2};
-        case 4: {
-            unsigned int const other = in.extent();
-            return {other, in.extent()};
-        }
-        default:
-            return {width, height};
-        }
-    }();
+    fuzz::Size const size = in.size();
+    fuzz::Size const target_size = pick_size(in, size, operation == 4);
 
     unsigned int const relation = in.below(32);
     bool const apart = relation >= 3;
@@ -616,9 +621,9 @@ Outcome run(Input in, unsigned int repetition)
     processors = (in.below(5) + 3 * repetition) % 6;
 
     Outcome outcome;
-    outcome.src = make_picture(in, source_type, width, height, moved);
-    outcome.dst = apart ? make_picture(in, target_type, target_width, target_height, 2 * moved)
-                        : make_overlapping(in, outcome.src, target_type, target_width, target_height);
+    outcome.src = make_picture(in, source_type, size, moved);
+    outcome.dst = apart ? make_picture(in, target_type, target_size, 2 * moved)
+                        : make_overlapping(in, outcome.src, target_type, target_size);
     Picture& src = outcome.src;
     Picture& dst = relation == 0 ? outcome.src : outcome.dst;
     if (unsigned int const properties = in.byte(); properties != 0) {

@@ -32,6 +32,10 @@ inline void require(bool condition, char const* what)
     std::abort();
 }
 
+struct Size {
+    unsigned int width, height;
+};
+
 /// The bytes of one input, front to back; zeros once they are used up.
 class Input
 {
@@ -60,11 +64,19 @@ public:
             value = value << 8 | byte();
         return value;
     }
-    /// The width or height of an image, 0 to 40; half of them are small, for those are fast.
+    /// A width or height, 0 to 40; half of them are small, for those are fast.
     unsigned int extent()
     {
         unsigned int const choice = byte();
         return choice < 128 ? choice % 10 : choice % 41;
+    }
+    /// The size of an image; a few have one side long enough for every kind of vectors.
+    Size size()
+    {
+        unsigned int const shape = below(16);
+        unsigned int const first = shape < 2 ? static_cast<unsigned int>(place(512)) : extent();
+        unsigned int const second = shape < 2 ? below(4) : extent();
+        return shape == 0 ? Size{second, first} : Size{first, second};
     }
     /// An integer near zero, near a limit of int, or anything.
     int integer()

@@ -83,8 +83,18 @@ private:
     std::vector<Buffer> buffers_;
 };
 
-/// A size, sometimes below 0, which counts as 0.
-int signed_extent(Input& in) { return in.one_in(32) ? std::min(in.integer(), -1) : static_cast<int>(in.extent()); }
+struct SignedSize {
+    int width, height;
+};
+
+/// Sides are sometimes below 0, which counts as 0.
+SignedSize signed_size(Input& in)
+{
+    fuzz::Size const size = in.size();
+    int const width = in.one_in(32) ? std::min(in.integer(), -1) : static_cast<int>(size.width);
+    return {width, in.one_in(32) ? std::min(in.integer(), -1) : static_cast<int>(size.height)};
+}
+
 std::size_t count_of(int size) { return size > 0 ? static_cast<std::size_t>(size) : 0; }
 
 /// Elements that a walk over 3x3 neighbourhoods writes to.
@@ -98,8 +108,7 @@ std::size_t walk_room(int width, int height)
 
 void run_gradient(Run& run)
 {
-    int const width = signed_extent(run.in);
-    int const height = signed_extent(run.in);
+    auto const [width, height] = signed_size(run.in);
     auto const gradient = run.in.one_in(2) ? ll_grey_DerivativeGradient : ll_grey_SobelGradient;
     std::size_t const pixels = count_of(width) * count_of(height);
     std::size_t const room = walk_room(width, height);
@@ -122,8 +131,7 @@ void run_gradient(Run& run)
 
 void run_corners(Run& run)
 {
-    unsigned int const width = run.in.extent();
-    unsigned int const height = run.in.extent();
+    auto const [width, height] = run.in.size();
     std::size_t const pixels = std::size_t{width} * height;
     auto const* const gx = run.source<signed char>(pixels);
     auto const* const gy = run.source<signed char>(pixels);
@@ -146,8 +154,7 @@ void run_corners(Run& run)
 
 void run_hessian(Run& run)
 {
-    int const width = signed_extent(run.in);
-    int const height = signed_extent(run.in);
+    auto const [width, height] = signed_size(run.in);
     std::size_t const pixels = count_of(width) * count_of(height);
     std::size_t const room = walk_room(width, height);
     auto* const determinant = run.make<int>(room);
@@ -199,8 +206,7 @@ template <class T, class S>
 void run_integral(Run& run)
 {
     Input& in = run.in;
-    unsigned int const width = in.extent();
-    unsigned int const height = in.extent();
+    auto const [width, height] = in.size();
     bool const strided = in.one_in(2);
     unsigned int const stride = strided ? width + in.below(5) : width;
     auto const* const src = run.source<S>(width == 0 || height == 0 ? 0 : std::size_t{stride} * (height - 1) + width);
@@ -279,9 +285,10 @@ int thread_count(Input& in)
 template <class Metric, class D>
 void compare_threads(D const* one, D const* many, unsigned int width, unsigned int height)
 {
-    if (squared<Metric> && (width % 2 != 0 || sizeof(D) == 1))
+    unsigned int const far_away = width * width + height * height;
+    if (squared<Metric> && (width % 2 != 0 || sizeof(D) == 1 || far_away > 32000))
         return;
-    unsigned int const limit = squared<Metric> ? 65534 - width * width - height * height : std::min(width, height);
+    unsigned int const limit = squared<Metric> ? 65534 - far_away : std::min(width, height);
     for (std::size_t i = 0; i < std::size_t{width} * height; ++i)
         require(std::min(one[i], many[i]) >= limit || one[i] == many[i], "threads show far from the limits");
 }
@@ -292,8 +299,7 @@ void run_front_end(Run& run)
     using Transform = void (*)(S const*, D*, int, int, int);
     static constexpr Transform transforms[] = {DistanceTransform<Metric, S, D>, VerticalDistanceTransform<Metric, S, D>,
                                                HorizontalDistanceTransform<Metric, S, D>};
-    int const width = signed_extent(run.in);
-    int const height = signed_extent(run.in);
+    auto const [width, height] = signed_size(run.in);
     int const threads = thread_count(run.in);
     unsigned int const choice = run.in.below(3);
     bool const rows = choice == 2;
@@ -316,8 +322,9 @@ void run_front_end(Run& run)
 template <class Metric, class S, class D>
 void run_scan(Run& run)
 {
-    int const width = static_cast<int>(run.in.extent());
-    int const height = static_cast<int>(run.in.extent());
+    fuzz::Size const size = run.in.size();
+    int const width = static_cast<int>(size.width);
+    int const height = static_cast<int>(size.height);
     bool const rows = run.in.one_in(2);
     bool const upwards = run.in.one_in(4);
     long const pitch = width + static_cast<long>(run.in.below(6));
@@ -347,8 +354,7 @@ void run_scan(Run& run)
 template <class Metric, class D>
 void run_row_phase(Run& run)
 {
-    unsigned int const width = run.in.extent();
-    unsigned int const height = run.in.extent();
+    auto const [width, height] = run.in.size();
     std::size_t const pixels = std::size_t{width} * height;
     D* const buffer = run.make<D>(pixels + (width % 2));
     int const threads = run.in.one_in(16) ? static_cast<int>(1 + run.in.below(4)) : 0;
@@ -412,8 +418,7 @@ void run_plain_decoder(Run& run)
                                         int) = {Bayer_to_RGB8_gradient, Bayer_to_RGB8_adaptive, Bayer_to_RGB8_kimmel};
     static constexpr decltype(&decode_image<TBGGR<Byte>>) images[] = {
         decode_image<TBGGR<Byte>>, decode_image<TGRBG<Byte>>, decode_image<TRGGB<Byte>>, decode_image<TGBRG<Byte>>};
-    int const width = signed_extent(run.in);
-    int const height = signed_extent(run.in);
+    auto const [width, height] = signed_size(run.in);
     int const pattern = run.in.one_in(8) ? run.in.integer() : static_cast<int>(run.in.below(4));
     unsigned int const decoder = run.in.below(3);
     std::size_t const pixels = count_of(width) * count_of(height);
