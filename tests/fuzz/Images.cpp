@@ -65,6 +65,7 @@ constexpr std::array<Type, type_count> list_types(TypeList<T...>)
     return {Type::of<T>()...};
 }
 constexpr std::array<Type, type_count> types = list_types(Types());
+constexpr std::size_t most_aligned = 2;
 
 /// Calls the visitor with the image as what it is.
 template <class Visitor, class... T>
@@ -163,7 +164,7 @@ struct Picture {
     }
 };
 
-Picture make_picture(Input& in, unsigned int type_index, fuzz::Size size, unsigned int run)
+Picture make_picture(Input& in, unsigned int type_index, fuzz::Size size, unsigned int run, bool shared)
 {
     Type const& type = types[type_index];
     Picture made;
@@ -182,7 +183,8 @@ Picture make_picture(Input& in, unsigned int type_index, fuzz::Size size, unsign
                              : kind == 2 ? in.place(pixels + 1)
                                          : pixels + in.below(kind == 3 ? 8 : 200);
     std::size_t const counted = kind == 4 ? in.place(pixels + 1) : std::min(pixels, room);
-    std::size_t const shift = (in.below(16) + run) * type.alignment;
+    // Memory that a second image may share lies where any pixel can.
+    std::size_t const shift = (in.below(16) + run) * (shared ? most_aligned : type.alignment);
     made.memory = std::make_unique<Fenced>(room, shift, made.seed);
     made.buffer = std::make_shared<impl::BufferType>(made.memory->data(), counted, room);
     made.image = type.make(size.width, size.height, made.buffer);
@@ -198,7 +200,7 @@ Picture make_overlapping(Input& in, Picture& other, unsigned int type_index, fuz
     made.seed = other.seed;
     made.buffer = other.buffer;
     if (std::size_t const room = other.buffer->Room(); in.one_in(2)) {
-        std::size_t const offset = in.place(room + 1) / type.alignment * type.alignment;
+        std::size_t const offset = in.place(room + 1) / most_aligned * most_aligned;
         made.buffer =
             std::make_shared<impl::BufferType>(static_cast<std::uint8_t*>(other.buffer->get()) + offset, room - offset);
     }
@@ -621,8 +623,8 @@ Outcome run(Input in, unsigned int repetition)
     processors = (in.below(5) + 3 * repetition) % 6;
 
     Outcome outcome;
-    outcome.src = make_picture(in, source_type, size, moved);
-    outcome.dst = apart ? make_picture(in, target_type, target_size, 2 * moved)
+    outcome.src = make_picture(in, source_type, size, moved, !apart);
+    outcome.dst = apart ? make_picture(in, target_type, target_size, 2 * moved, false)
                         : make_overlapping(in, outcome.src, target_type, target_size);
     Picture& src = outcome.src;
     Picture& dst = relation == 0 ? outcome.src : outcome.dst;
