@@ -66,6 +66,7 @@ constexpr std::array<Type, type_count> list_types(TypeList<T...>)
 }
 constexpr std::array<Type, type_count> types = list_types(Types());
 constexpr std::size_t most_aligned = 2;
+constexpr std::size_t whole_pixels = 12; // bytes, of any type
 
 /// Calls the visitor with the image as what it is.
 template <class Visitor, class... T>
@@ -191,7 +192,7 @@ Picture make_picture(Input& in, unsigned int type_index, fuzz::Size size, unsign
     return made;
 }
 
-/// A second image in the memory of the first, all of it or a part.
+/// A second image in the memory of the first, all of it or from some pixel on.
 Picture make_overlapping(Input& in, Picture& other, unsigned int type_index, fuzz::Size size)
 {
     Type const& type = types[type_index];
@@ -200,7 +201,7 @@ Picture make_overlapping(Input& in, Picture& other, unsigned int type_index, fuz
     made.seed = other.seed;
     made.buffer = other.buffer;
     if (std::size_t const room = other.buffer->Room(); in.one_in(2)) {
-        std::size_t const offset = in.place(room + 1) / most_aligned * most_aligned;
+        std::size_t const offset = in.place(room + 1) / whole_pixels * whole_pixels;
         made.buffer =
             std::make_shared<impl::BufferType>(static_cast<std::uint8_t*>(other.buffer->get()) + offset, room - offset);
     }
