@@ -5,6 +5,7 @@
 #include <array>
 #include <boost/thread/thread.hpp>
 #include <cstdlib>
+#include <limits>
 #include <utility>
 
 namespace
@@ -355,6 +356,22 @@ TYPED_TEST(Distance, EvenWidthsMatchBruteForce)
         DistanceTransform<Metric>(src.data(), actual.data(), width, height, threads);
         EXPECT_TRUE(test::same_raster(actual.data(), expected.data(), width, height)) << threads;
     }
+}
+
+TYPED_TEST(Distance, HeightsBelowZeroCountAsZero)
+{
+    using Metric = typename TypeParam::Metric;
+    using S = typename TypeParam::S;
+    using D = typename TypeParam::D;
+    auto const src = features<S>(5, 2, 30);
+    for (auto const transform : {DistanceTransform<Metric, S, D>, VerticalDistanceTransform<Metric, S, D>,
+                                 HorizontalDistanceTransform<Metric, S, D>})
+        for (int const height : {-1, std::numeric_limits<int>::min()}) {
+            std::vector<D> none(6, D(7)), below(6, D(7));
+            transform(src.data(), none.data(), 5, 0, 1);
+            transform(src.data(), below.data(), 5, height, 1);
+            EXPECT_EQ(below, none) << height;
+        }
 }
 
 TYPED_TEST(Distance, InterruptedCallersWaitForTheirThreads)
