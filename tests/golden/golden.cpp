@@ -647,6 +647,7 @@ void integrals()
         for (double const step : {2.0, 1.3, 0.5}) {
             Resample(resampled, 15, 11, table, 0.25, 0.0, step, step);
             record_table(joined("resample table", at), resampled);
+            record("behind the table " + at, resampled.data + std::size_t{15} * 11, 17 * sizeof(T));
         }
         Resample(table, resampled, math::Rect2<double>{1, 2, 31, 24}, 9, 8);
         record_table("resample rectangle " + at, resampled);

@@ -167,7 +167,7 @@ TEST(IsEmpty, NeedsMoreThanHalf)
     EXPECT_EQ(line_of(image_of<RGB8>(2, 1, {{0, 0, 0}, {0, 0, 1}}), false), "");
     EXPECT_EQ(line_of(image_of<TRGBA<Mono8>>(1, 1, {{0, 0, 0, 255}}), false), "");
     EXPECT_EQ(line_of(RastelMono8(0, 9), false), "");
-    EXPECT_EQ(line_of(RastelMono8(2000, 1001), true), "Empty Image detected\n");
+    EXPECT_EQ(line_of(RastelMono8(2200, 1001), true), "Empty Image detected\n");
 }
 
 TEST(Rotate, TurnsAsDrawnByHand)
