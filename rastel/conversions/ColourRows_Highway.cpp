@@ -96,6 +96,21 @@ std::size_t AddAlpha(std::uint8_t* out, std::uint8_t const* pixels, std::size_t 
     return i;
 }
 
+/// Calls row(i) for runs of pixels that begin at i. What a whole run doesn't reach is the end of one that does some
+/// pixels again. Returns how many pixels are done: all, or none.
+template <class Row>
+std::size_t InRuns(std::size_t run, std::size_t count, Row row)
+{
+    if (count < run)
+        return 0;
+    std::size_t i = 0;
+    for (; i + run <= count; i += run)
+        row(i);
+    if (i != count)
+        row(count - run);
+    return count;
+}
+
 /// Lanes 0, 2, 4, ... and 1, 3, 5, ... of bytes as words.
 WordVector Even(Vector v) { return hn::And(hn::BitCast(Words(), v), hn::Set(Words(), 255)); }
 WordVector Odd(Vector v) { return hn::ShiftRight<8>(hn::BitCast(Words(), v)); }
@@ -134,9 +149,7 @@ template <class Mix>
 std::size_t MixPixels(std::uint8_t* out, std::uint8_t const* pixels, std::size_t count)
 {
     Bytes const d;
-    std::size_t const lanes = hn::Lanes(d);
-    std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes) {
+    return InRuns(hn::Lanes(d), count, [=](std::size_t i) HWY_ATTR {
         Vector r;
         Vector g;
         Vector b;
@@ -144,8 +157,7 @@ std::size_t MixPixels(std::uint8_t* out, std::uint8_t const* pixels, std::size_t
         WordVector const even = Mix::Value(Even(r), Even(g), Even(b));
         WordVector const odd = Mix::Value(Odd(r), Odd(g), Odd(b));
         hn::StoreU(hn::BitCast(d, hn::Or(even, hn::ShiftLeft<8>(odd))), d, out + i);
-    }
-    return i;
+    });
 }
 
 std::size_t MixAverage(std::uint8_t* out, std::uint8_t const* pixels, std::size_t count)
@@ -173,36 +185,35 @@ std::size_t MeanOfCells(std::uint8_t* out, std::uint8_t const* upper, std::uint8
     hn::Rebind<std::uint8_t, Words> const half;
     hn::RebindToSigned<Words> const signed_words;
     std::size_t const lanes = hn::Lanes(d);
-    std::size_t const bytes = 2 * lanes;
-    HWY_ALIGN std::uint16_t sums[3 * hn::MaxLanes(d)];
-    std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes) {
-        for (std::size_t part = 0; part < 3; ++part)
-            hn::Store(PairSums(upper + 6 * i + part * bytes, lower + 6 * i + part * bytes), d, sums + part * lanes);
-        WordVector first;
-        WordVector second;
-        WordVector third;
-        hn::LoadInterleaved3(d, sums, first, second, third);
-        WordVector const sum = hn::Add(hn::Add(first, second), hn::Add(third, hn::Set(d, 8)));
-        WordVector const twelfth = hn::Set(d, 5461);
-        // The upper half of the product and of what adding 1020 to the lower half carries.
-        WordVector const low = hn::Mul(sum, twelfth);
-        WordVector const carry = hn::IfThenElseZero(hn::Gt(low, hn::Set(d, 65535 - 1020)), hn::Set(d, 1));
-        WordVector const mean = hn::Add(hn::MulHigh(sum, twelfth), carry);
-        hn::StoreU(hn::DemoteTo(half, hn::BitCast(signed_words, mean)), half, out + i);
-    }
-    return i;
+    // Sums are read again in other places than they were written to, and only some time later without a delay.
+    constexpr std::size_t vectors = 8;
+    HWY_ALIGN std::uint16_t sums[3 * vectors * hn::MaxLanes(d)];
+    return InRuns(vectors * lanes, count, [&](std::size_t first) HWY_ATTR {
+        for (std::size_t i = 0; i < 3 * vectors * lanes; i += lanes)
+            hn::Store(PairSums(upper + 6 * first + 2 * i, lower + 6 * first + 2 * i), d, sums + i);
+        for (std::size_t i = 0; i < vectors * lanes; i += lanes) {
+            WordVector left;
+            WordVector middle;
+            WordVector right;
+            hn::LoadInterleaved3(d, sums + 3 * i, left, middle, right);
+            WordVector const sum = hn::Add(hn::Add(left, middle), hn::Add(right, hn::Set(d, 8)));
+            WordVector const twelfth = hn::Set(d, 5461);
+            // The upper half of the product and of what adding 1020 to the lower half carries.
+            WordVector const low = hn::Mul(sum, twelfth);
+            WordVector const carry = hn::IfThenElseZero(hn::Gt(low, hn::Set(d, 65535 - 1020)), hn::Set(d, 1));
+            WordVector const mean = hn::Add(hn::MulHigh(sum, twelfth), carry);
+            hn::StoreU(hn::DemoteTo(half, hn::BitCast(signed_words, mean)), half, out + first + i);
+        }
+    });
 }
 
 std::size_t JoinChannels(std::uint8_t* out, std::uint8_t const* r, std::uint8_t const* g, std::uint8_t const* b,
                          std::size_t count)
 {
     Bytes const d;
-    std::size_t const lanes = hn::Lanes(d);
-    std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes)
+    return InRuns(hn::Lanes(d), count, [=](std::size_t i) HWY_ATTR {
         hn::StoreInterleaved3(hn::LoadU(d, r + i), hn::LoadU(d, g + i), hn::LoadU(d, b + i), d, out + 3 * i);
-    return i;
+    });
 }
 
 #endif
