@@ -170,13 +170,16 @@ std::size_t MixStandard(std::uint8_t* out, std::uint8_t const* pixels, std::size
     return MixPixels<Standard>(out, pixels, count);
 }
 
-/// The sums of each two bytes of both rows.
-WordVector PairSums(std::uint8_t const* upper, std::uint8_t const* lower)
+/// The sums of the samples of each pair of pixels.
+WordVector PairSums(std::uint8_t const* row)
 {
-    Bytes const d;
-    Vector const above = hn::LoadU(d, upper);
-    Vector const below = hn::LoadU(d, lower);
-    return hn::Add(hn::Add(Even(above), Odd(above)), hn::Add(Even(below), Odd(below)));
+    Vector r;
+    Vector g;
+    Vector b;
+    hn::LoadInterleaved3(Bytes(), row, r, g, b);
+    WordVector const even = hn::Add(hn::Add(Even(r), Even(g)), Even(b));
+    WordVector const odd = hn::Add(hn::Add(Odd(r), Odd(g)), Odd(b));
+    return hn::Add(even, odd);
 }
 
 std::size_t MeanOfCells(std::uint8_t* out, std::uint8_t const* upper, std::uint8_t const* lower, std::size_t count)
@@ -185,26 +188,17 @@ std::size_t MeanOfCells(std::uint8_t* out, std::uint8_t const* upper, std::uint8
     hn::Rebind<std::uint8_t, Words> const half;
     hn::RebindToSigned<Words> const signed_words;
     std::size_t const lanes = hn::Lanes(d);
-    // Sums are read again in other places than they were written to, and only some time later without a delay.
-    constexpr std::size_t vectors = 8;
-    HWY_ALIGN std::uint16_t sums[3 * vectors * hn::MaxLanes(d)];
-    return InRuns(vectors * lanes, count, [&](std::size_t first) HWY_ATTR {
-        for (std::size_t i = 0; i < 3 * vectors * lanes; i += lanes)
-            hn::Store(PairSums(upper + 6 * first + 2 * i, lower + 6 * first + 2 * i), d, sums + i);
-        for (std::size_t i = 0; i < vectors * lanes; i += lanes) {
-            WordVector left;
-            WordVector middle;
-            WordVector right;
-            hn::LoadInterleaved3(d, sums + 3 * i, left, middle, right);
-            WordVector const sum = hn::Add(hn::Add(left, middle), hn::Add(right, hn::Set(d, 8)));
-            WordVector const twelfth = hn::Set(d, 5461);
-            // The upper half of the product and of what adding 1020 to the lower half carries.
-            WordVector const low = hn::Mul(sum, twelfth);
-            WordVector const carry = hn::IfThenElseZero(hn::Gt(low, hn::Set(d, 65535 - 1020)), hn::Set(d, 1));
-            WordVector const mean = hn::Add(hn::MulHigh(sum, twelfth), carry);
-            hn::StoreU(hn::DemoteTo(half, hn::BitCast(signed_words, mean)), half, out + first + i);
-        }
-    });
+    std::size_t i = 0;
+    for (; i + lanes <= count; i += lanes) {
+        WordVector const sum = hn::Add(hn::Add(PairSums(upper + 6 * i), PairSums(lower + 6 * i)), hn::Set(d, 8));
+        WordVector const twelfth = hn::Set(d, 5461);
+        // The upper half of the product and of what adding 1020 to the lower half carries.
+        WordVector const low = hn::Mul(sum, twelfth);
+        WordVector const carry = hn::IfThenElseZero(hn::Gt(low, hn::Set(d, 65535 - 1020)), hn::Set(d, 1));
+        WordVector const mean = hn::Add(hn::MulHigh(sum, twelfth), carry);
+        hn::StoreU(hn::DemoteTo(half, hn::BitCast(signed_words, mean)), half, out + i);
+    }
+    return i;
 }
 
 std::size_t JoinChannels(std::uint8_t* out, std::uint8_t const* r, std::uint8_t const* g, std::uint8_t const* b,

@@ -233,9 +233,10 @@ struct Boxes {
 template <std::size_t channels, class Sum, class ColumnSum>
 void box_sums(Sum* sums, ColumnSum const* columns, Boxes const& boxes, std::size_t count)
 {
+    std::uint32_t const* const limits = boxes.limits.data();
     for (std::size_t x = 0; x < count; ++x) {
         std::array<Sum, channels> sum{};
-        for (std::size_t i = boxes.limits[x]; i < boxes.limits[x + 1]; ++i)
+        for (std::size_t i = limits[x]; i < limits[x + 1]; ++i)
             for (std::size_t c = 0; c < channels; ++c)
                 sum[c] += columns[i * channels + c];
         std::copy(sum.begin(), sum.end(), sums + x * channels);
@@ -251,10 +252,12 @@ inline void sum_triples(std::uint32_t* sums, std::uint16_t const* columns, Boxes
         std::memcpy(&together, columns + 3 * column, sizeof together);
         return together;
     };
+    std::uint32_t const* const limits = boxes.limits.data();
+    std::size_t const narrowest = boxes.narrowest;
     for (std::size_t x = 0; x < count; ++x) {
-        std::size_t const first = boxes.limits[x];
-        std::size_t const certain = first + boxes.narrowest;
-        std::uint64_t const last = boxes.limits[x + 1] > certain ? ~std::uint64_t{0} : 0;
+        std::size_t const first = limits[x];
+        std::size_t const certain = first + narrowest;
+        std::uint64_t const last = limits[x + 1] > certain ? ~std::uint64_t{0} : 0;
         std::uint64_t together = channels_at(certain) & last;
         for (std::size_t i = first; i < certain; ++i)
             together += channels_at(i);
