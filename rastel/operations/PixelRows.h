@@ -15,6 +15,11 @@ namespace rastel::detail
 /// foresee.
 inline void fetch_to_read(void const* address) { __builtin_prefetch(address); }
 inline void fetch_to_write(void const* address) { __builtin_prefetch(address, 1); }
+inline void fetch_to_read(void const* first, std::size_t bytes)
+{
+    for (std::size_t i = 0; i < bytes; i += 64)
+        fetch_to_read(static_cast<unsigned char const*>(first) + i);
+}
 
 /// Where the bytes of pixels at ascending columns are found: 16 bytes at a time come out of one, two or four windows
 /// of 16 bytes, which one shuffle each picks them from.
