@@ -11,14 +11,11 @@
 namespace rastel::detail
 {
 
-/// Asks for the cache line of an address early: for walks that jump from row to row, which the processor doesn't
-/// foresee.
-inline void fetch_to_read(void const* address) { __builtin_prefetch(address); }
-inline void fetch_to_write(void const* address) { __builtin_prefetch(address, 1); }
+/// Asks for the cache lines of a walk's next row early: one that leaves rows out isn't foreseen by the processor.
 inline void fetch_to_read(void const* first, std::size_t bytes)
 {
     for (std::size_t i = 0; i < bytes; i += 64)
-        fetch_to_read(static_cast<unsigned char const*>(first) + i);
+        __builtin_prefetch(static_cast<unsigned char const*>(first) + i);
 }
 
 /// Where the bytes of pixels at ascending columns are found: 16 bytes at a time come out of one, two or four windows

@@ -128,27 +128,11 @@ void TransposeSquare(std::uint8_t* dst, std::ptrdiff_t dst_pitch, std::uint8_t c
 bool TransposeTriples(std::uint8_t* dst, std::ptrdiff_t dst_pitch, std::uint8_t const* src, std::ptrdiff_t src_pitch,
                       std::ptrdiff_t columns, std::ptrdiff_t rows)
 {
-    // Stripes of columns, whose rows of the destination stay at hand while they fill up. What comes next is asked for
-    // early: source rows some way down, and the lines of the destination behind the next one.
+    // Stripes of columns, whose rows of the destination stay at hand while they fill up.
     constexpr std::ptrdiff_t stripe = 16;
-    constexpr std::ptrdiff_t rows_ahead = 32;
-    constexpr std::ptrdiff_t rows_of_line = 16; // at most; a line takes 64 / 3
-    auto const fetch = [=](std::ptrdiff_t left, std::ptrdiff_t right, std::ptrdiff_t row) {
-        for (std::ptrdiff_t below = row + rows_ahead; below < std::min(row + rows_ahead + 4, rows); ++below) {
-            std::uint8_t const* const first = src + 3 * (below * src_pitch + left);
-            fetch_to_read(first);
-            fetch_to_read(first + 3 * (right - left) - 1);
-        }
-        std::ptrdiff_t const behind = row + 4 * rows_of_line;
-        if (row % rows_of_line == 0 && behind < rows)
-            for (std::ptrdiff_t column = left; column < right; ++column)
-                fetch_to_write(dst + 3 * (column * dst_pitch + behind));
-    };
-    for (std::ptrdiff_t left = 0; left < columns; left += stripe) {
-        std::ptrdiff_t const right = std::min(left + stripe, columns);
-        for (std::ptrdiff_t row = 0; row < rows; row += 4) {
-            fetch(left, right, row);
-            for (std::ptrdiff_t column = left; column < right; column += 4) {
+    for (std::ptrdiff_t left = 0; left < columns; left += stripe)
+        for (std::ptrdiff_t row = 0; row < rows; row += 4)
+            for (std::ptrdiff_t column = left; column < std::min(left + stripe, columns); column += 4) {
                 std::uint8_t* const to = dst + 3 * (column * dst_pitch + row);
                 std::uint8_t const* const from = src + 3 * (row * src_pitch + column);
                 if (row + 4 < rows)
@@ -156,8 +140,6 @@ bool TransposeTriples(std::uint8_t* dst, std::ptrdiff_t dst_pitch, std::uint8_t 
                 else
                     TransposeSquare<true>(to, 3 * dst_pitch, from, 3 * src_pitch);
             }
-        }
-    }
     return true;
 }
 

@@ -51,8 +51,9 @@ void resample_nearest(TImage<T> const& src, TImage<T>& dst, float offset)
             Position next = y;
             next.advance();
             std::size_t const next_row = std::size_t{next.pixel(offset)} * src.width;
-            if (next_row > source_row + src.width) // rows are left out, which the processor doesn't foresee
-                fetch_to_read(src.data() + next_row, in_room(src, next_row, src.width) * sizeof(T));
+            std::size_t const ahead = in_room(src, next_row, src.width);
+            if (ahead > 0 && next_row > source_row + src.width) // left out rows aren't foreseen by the processor
+                fetch_to_read(src.data() + next_row, ahead * sizeof(T));
             pick_row(out, src, source_row, columns, count);
         }
         above = source_row;
@@ -89,8 +90,9 @@ void halve(TImage<T> const& src, TImage<T>& dst)
         auto* const out = samples(dst.data() + row * width);
         auto const* const above = samples(src.data() + lower - pitch);
         auto const* const below = samples(src.data() + lower);
-        if (row + 1 < height)
-            fetch_to_read(below + pitch * channels<T>, in_room(src, lower + pitch, 2 * pitch) * sizeof(T));
+        std::size_t const ahead = row + 1 < height ? in_room(src, lower + pitch, 2 * pitch) : 0;
+        if (ahead > 0)
+            fetch_to_read(below + pitch * channels<T>, ahead * sizeof(T));
         std::size_t done = 0;
         if constexpr (sizeof(T) == 3)
             done = halve_triples(out, above, below, count);

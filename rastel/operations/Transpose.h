@@ -113,39 +113,18 @@ void transpose(T* dst, std::ptrdiff_t dst_pitch, T const* src, std::ptrdiff_t sr
     }
     if (!earlier_is_lower || columns < edge || rows < edge)
         return transpose_plain(dst, dst_pitch, src, src_pitch, columns, rows);
-    // What a later tile reads and writes is asked for early: in one of the two rasters the walk jumps from row to row.
-    auto const fetch = [=](std::ptrdiff_t read_top, std::ptrdiff_t read_left, std::ptrdiff_t write_top,
-                           std::ptrdiff_t write_left) {
-        for (std::ptrdiff_t i = 0; i < edge; ++i) {
-            fetch_to_read(src + std::min(read_top + i, rows - 1) * src_pitch + std::min(read_left, columns - 1));
-            fetch_to_write(dst + std::min(write_left + i, columns - 1) * dst_pitch + std::min(write_top, rows - 1));
+    for (std::ptrdiff_t top = 0; top < rows; top += edge)
+        for (std::ptrdiff_t left = 0; left < columns; left += edge) {
+            // The last tile of a row or column overlaps the one before it.
+            std::ptrdiff_t const row = std::min(top, rows - edge);
+            std::ptrdiff_t const column = std::min(left, columns - edge);
+            T* const to = dst + column * dst_pitch + row;
+            T const* const from = src + row * src_pitch + column;
+            if constexpr (sizeof(T) == 3)
+                transpose_triple_tile(to, dst_pitch, from, src_pitch);
+            else
+                transpose_tile(to, dst_pitch, from, src_pitch);
         }
-    };
-    auto const turn_tile = [=](std::ptrdiff_t top, std::ptrdiff_t left) {
-        // The last tile of a row or column overlaps the one before it.
-        std::ptrdiff_t const row = std::min(top, rows - edge);
-        std::ptrdiff_t const column = std::min(left, columns - edge);
-        T* const to = dst + column * dst_pitch + row;
-        T const* const from = src + row * src_pitch + column;
-        if constexpr (sizeof(T) == 3)
-            transpose_triple_tile(to, dst_pitch, from, src_pitch);
-        else
-            transpose_tile(to, dst_pitch, from, src_pitch);
-    };
-    if constexpr (sizeof(T) == 1) {
-        // Narrow rows of the destination fill up one after the other.
-        for (std::ptrdiff_t left = 0; left < columns; left += edge)
-            for (std::ptrdiff_t top = 0; top < rows; top += edge) {
-                fetch(top + edge, left, top + 2 * edge, left);
-                turn_tile(top, left);
-            }
-    } else {
-        for (std::ptrdiff_t top = 0; top < rows; top += edge)
-            for (std::ptrdiff_t left = 0; left < columns; left += edge) {
-                fetch(top, left + 2 * edge, top, left + edge);
-                turn_tile(top, left);
-            }
-    }
 }
 
 /// Bytes of a register's worth of pixels with three bytes, each kept where it is a pixel's n-th byte.
