@@ -101,7 +101,7 @@ protected:
 private:
     std::atomic<std::uint64_t> bits_{0};
 };
-Lines lines;
+Lines& lines = *new Lines; // never destroyed: the standard output is flushed into it at exit
 
 /// What the front ends take for the number of processors.
 unsigned int processors = 2;
