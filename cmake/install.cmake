@@ -55,6 +55,11 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/rastelConfig.cmake ${CMAKE_CURRENT_BIN
 # The prefix is told from where the file lies, so an installed tree may be moved.
 file(RELATIVE_PATH prefix_from_pkgconfig /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 string(REGEX REPLACE "/$" "" prefix_from_pkgconfig "${prefix_from_pkgconfig}")
+# Where there is the static library alone, pkg-config links it without being asked for.
+set(libraries_beside_static "")
+if(NOT kind STREQUAL "SHARED_LIBRARY")
+    set(libraries_beside_static " ${private_libraries}")
+endif()
 configure_file(cmake/rastel.pc.in rastel.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/rastel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 install(FILES CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/librastel-dev COMPONENT development)
