@@ -38,22 +38,32 @@ constexpr short corrected(short sum_a, short sum_b, short bend_a, short bend_b)
 constexpr int green_bits = 3;
 constexpr int colour_bits = 2;
 
+/// A pair of neighbours: their sum, the bend along their line, and how much the picture changes there.
+struct Pair {
+    short sum, bend, change;
+};
+
+constexpr Pair pair_of(int before, int behind, short bend)
+{
+    return {sum(before, behind), bend, change(bend, before, behind)};
+}
+
+/// What the pair that the picture changes less along gives, or both where they are equal.
+template <int bits>
+constexpr Byte along_smoother(Pair a, Pair b)
+{
+    return clamp_to_byte(corrected<bits>(a.change > b.change ? b.sum : a.sum, a.change < b.change ? a.sum : b.sum,
+                                         a.change > b.change ? b.bend : a.bend, a.change < b.change ? a.bend : b.bend));
+}
+
 RASTEL_ROW_FUNCTION void green_row(Byte* __restrict out, Byte const* __restrict colour, Cross<Byte> green,
                                    Cross<Byte> far, std::size_t count)
 {
     for (oq::Run const run : oq::vector_runs(count))
         for (std::size_t i = run.first; i < run.end; ++i) {
-            short const bend_h = bend(far.left[i], colour[i], far.right[i]);
-            short const bend_v = bend(far.up[i], colour[i], far.down[i]);
-            short const change_h = change(bend_h, green.left[i], green.right[i]);
-            short const change_v = change(bend_v, green.up[i], green.down[i]);
-            short const sum_h = sum(green.left[i], green.right[i]);
-            short const sum_v = sum(green.up[i], green.down[i]);
-            short const sum_a = change_h > change_v ? sum_v : sum_h;
-            short const sum_b = change_h < change_v ? sum_h : sum_v;
-            short const bend_a = change_h > change_v ? bend_v : bend_h;
-            short const bend_b = change_h < change_v ? bend_h : bend_v;
-            out[i] = clamp_to_byte(corrected<green_bits>(sum_a, sum_b, bend_a, bend_b));
+            out[i] = along_smoother<green_bits>(
+                pair_of(green.left[i], green.right[i], bend(far.left[i], colour[i], far.right[i])),
+                pair_of(green.up[i], green.down[i], bend(far.up[i], colour[i], far.down[i])));
         }
 }
 
@@ -62,17 +72,10 @@ RASTEL_ROW_FUNCTION void diagonal_row(Byte* __restrict out, Byte const* __restri
 {
     for (oq::Run const run : oq::vector_runs(count))
         for (std::size_t i = run.first; i < run.end; ++i) {
-            short const bend_main = bend(greens.up_left[i], green[i], greens.down_right[i]);
-            short const bend_anti = bend(greens.up_right[i], green[i], greens.down_left[i]);
-            short const change_main = change(bend_main, colour.up_left[i], colour.down_right[i]);
-            short const change_anti = change(bend_anti, colour.up_right[i], colour.down_left[i]);
-            short const sum_main = sum(colour.up_left[i], colour.down_right[i]);
-            short const sum_anti = sum(colour.up_right[i], colour.down_left[i]);
-            short const sum_a = change_main > change_anti ? sum_anti : sum_main;
-            short const sum_b = change_main < change_anti ? sum_main : sum_anti;
-            short const bend_a = change_main > change_anti ? bend_anti : bend_main;
-            short const bend_b = change_main < change_anti ? bend_main : bend_anti;
-            out[i] = clamp_to_byte(corrected<colour_bits>(sum_a, sum_b, bend_a, bend_b));
+            out[i] = along_smoother<colour_bits>(pair_of(colour.up_left[i], colour.down_right[i],
+                                                         bend(greens.up_left[i], green[i], greens.down_right[i])),
+                                                 pair_of(colour.up_right[i], colour.down_left[i],
+                                                         bend(greens.up_right[i], green[i], greens.down_left[i])));
         }
 }
 
