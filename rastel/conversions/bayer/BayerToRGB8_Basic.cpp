@@ -4,6 +4,7 @@
 #include <rastel/conversions/ColourRows.h>
 #include <rastel/conversions/bayer/Bands.h>
 #include <rastel/conversions/bayer/Scale.h>
+#include <rastel/oq/Prefetch.h>
 #include <rastel/oq/RowRuns.h>
 
 #include <algorithm>
@@ -94,6 +95,7 @@ void decode_rows(RGB8* dst, Mosaic<P> const& src, Rows rows, Scale scale)
     auto const row = [&](std::size_t y) {
         Sample const* const upper = samples(src) + y * width;
         RGB8* const out = dst + y * width;
+        oq::fetch_to_write(out, width * sizeof(RGB8)); // they come while the channels are made
         quad_row<green>(channels.above(), channels.green(), channels.below(), upper, upper + width,
                         columns.of(colour_x<P>(y)), width - 1, scale);
         channels.write(out, holds_red<P>(y), width - 1);
