@@ -75,4 +75,12 @@ RASTEL_CLONES void plain::join_channels(RGB* out, unsigned char const* r, unsign
     }
 }
 
+RASTEL_CLONES void plain::join_pairs(RGB* out, Channels even, Channels odd, std::size_t count)
+{
+    for (std::size_t i = 0; i < count; ++i) {
+        out[2 * i] = {even.r[i], even.g[i], even.b[i]};
+        out[2 * i + 1] = {odd.r[i], odd.g[i], odd.b[i]};
+    }
+}
+
 } // namespace rastel::impl

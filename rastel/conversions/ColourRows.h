@@ -12,6 +12,11 @@
 namespace rastel::impl
 {
 
+/// Rows of one channel each.
+struct Channels {
+    unsigned char const *r, *g, *b;
+};
+
 /// The loops as they stand (`plain`) or in vectors (`fast`); both have these members.
 ///
 /// Four-byte pixels are given as bytes, alpha last. Alpha becomes its old value OR the mask: 0 keeps it, 255 makes the
@@ -31,6 +36,8 @@ struct plain {
                               std::size_t count);
     static void join_channels(TRGB<unsigned char>* out, unsigned char const* r, unsigned char const* g,
                               unsigned char const* b, std::size_t count);
+    /// `count` pairs of pixels, the first of each pair from `even`, the second from `odd`.
+    static void join_pairs(TRGB<unsigned char>* out, Channels even, Channels odd, std::size_t count);
 };
 
 #ifdef RASTEL_HAS_HIGHWAY
@@ -46,6 +53,7 @@ struct fast {
                               std::size_t count);
     static void join_channels(TRGB<unsigned char>* out, unsigned char const* r, unsigned char const* g,
                               unsigned char const* b, std::size_t count);
+    static void join_pairs(TRGB<unsigned char>* out, Channels even, Channels odd, std::size_t count);
 };
 template <>
 void fast::mix_pixels<channels_average>(unsigned char*, TRGB<unsigned char> const*, std::size_t);

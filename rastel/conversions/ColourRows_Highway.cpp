@@ -28,6 +28,7 @@ std::size_t JoinChannels(std::uint8_t*, std::uint8_t const*, std::uint8_t const*
 {
     return 0;
 }
+std::size_t JoinPairs(std::uint8_t*, Channels, Channels, std::size_t) { return 0; }
 
 #else
 
@@ -210,6 +211,25 @@ std::size_t JoinChannels(std::uint8_t* out, std::uint8_t const* r, std::uint8_t 
     });
 }
 
+/// Bytes of two rows in turns.
+HWY_INLINE Vector Alternating(std::uint8_t const* even, std::uint8_t const* odd)
+{
+    Words const d;
+    hn::Rebind<std::uint8_t, Words> const half;
+    WordVector const low = hn::PromoteTo(d, hn::LoadU(half, even));
+    WordVector const high = hn::PromoteTo(d, hn::LoadU(half, odd));
+    return hn::BitCast(Bytes(), hn::Or(low, hn::ShiftLeft<8>(high)));
+}
+
+std::size_t JoinPairs(std::uint8_t* out, Channels even, Channels odd, std::size_t count)
+{
+    Bytes const d;
+    return InRuns(hn::Lanes(d) / 2, count, [=](std::size_t i) HWY_ATTR {
+        hn::StoreInterleaved3(Alternating(even.r + i, odd.r + i), Alternating(even.g + i, odd.g + i),
+                              Alternating(even.b + i, odd.b + i), d, out + 6 * i);
+    });
+}
+
 #endif
 
 } // namespace rastel::impl::HWY_NAMESPACE
@@ -229,6 +249,7 @@ HWY_EXPORT(MixAverage);
 HWY_EXPORT(MixStandard);
 HWY_EXPORT(MeanOfCells);
 HWY_EXPORT(JoinChannels);
+HWY_EXPORT(JoinPairs);
 
 using RGB = TRGB<unsigned char>;
 
@@ -303,6 +324,12 @@ void fast::join_channels(RGB* out, unsigned char const* r, unsigned char const* 
 {
     std::size_t const done = HWY_DYNAMIC_DISPATCH(JoinChannels)(bytes(out), r, g, b, count);
     plain::join_channels(out + done, r + done, g + done, b + done, count - done);
+}
+
+void fast::join_pairs(RGB* out, Channels even, Channels odd, std::size_t count)
+{
+    if (HWY_DYNAMIC_DISPATCH(JoinPairs)(bytes(out), even, odd, count) == 0)
+        plain::join_pairs(out, even, odd, count);
 }
 
 } // namespace rastel::impl

@@ -67,6 +67,13 @@ TEST(ColourRows, VectorsGiveThePlainLoopsBytes)
             decltype(form)::join_channels(colours(out), in, more, in + 300, count);
         },
         false);
+    expect_equal_forms(
+        "join pairs",
+        [](auto form, Byte* out, Byte const* in, Byte const* more, std::size_t count) {
+            decltype(form)::join_pairs(colours(out), {in, more, in + 300}, {more + 300, in + 600, more + 600},
+                                       count / 2);
+        },
+        false);
 }
 
 TEST(ColourRows, EveryProductOfTheMixes)

@@ -110,19 +110,10 @@ struct SiteChannels {
 
 void split_row(Byte* even, Byte* odd, Byte const* row, std::size_t width);
 
-/// Puts rows of pixels together.
-class PixelRows
-{
-public:
-    explicit PixelRows(std::size_t width) : r_(width), g_(width), b_(width) {}
-
-    /// Writes the pixels of `columns`. `parity` is that of the columns of the row's own colour.
-    void write(RGB8* out, bool red_row, unsigned parity, SiteChannels const& colour_sites,
-               SiteChannels const& green_sites, Span columns);
-
-private:
-    std::vector<Byte> r_, g_, b_;
-};
+/// Puts the pixels of `columns` together, which begin at an even one. `parity` is that of the columns of the row's own
+/// colour.
+void write_pixels(RGB8* row, bool red_row, unsigned parity, SiteChannels const& colour_sites,
+                  SiteChannels const& green_sites, Span columns);
 
 /// A mosaic that is decoded row by row. Each step follows the one before it as closely as the rows that it needs
 /// allow, so that a few rows are all that is ever kept.
@@ -131,7 +122,7 @@ class PackedDecoder
 {
 public:
     PackedDecoder(RGB8* dst, Byte const* src, std::size_t width, std::size_t height)
-        : dst_(dst), src_(src), width_(width), height_(height), pixels_(width)
+        : dst_(dst), src_(src), width_(width), height_(height)
     {
     }
 
@@ -160,8 +151,8 @@ protected:
 
     void write(std::size_t y, Span columns)
     {
-        pixels_.write(dst_ + y * width_, holds_red<P>(y), colour_x<P>(y), {colour_[y], green_of_colour_[y], other_[y]},
-                      {own_of_green_[y], green_[y], other_of_green_[y]}, columns);
+        write_pixels(dst_ + y * width_, holds_red<P>(y), colour_x<P>(y), {colour_[y], green_of_colour_[y], other_[y]},
+                     {own_of_green_[y], green_[y], other_of_green_[y]}, columns);
     }
 
     RGB8* dst_;
@@ -170,9 +161,6 @@ protected:
 
     Ring colour_{sites()}, green_of_colour_{sites()}, other_{sites()};
     Ring own_of_green_{sites()}, green_{sites()}, other_of_green_{sites()};
-
-private:
-    PixelRows pixels_;
 };
 
 /// value / 2^bits, truncated toward zero, in 16 bits all the way: of such lanes a vector has twice as many as of int.
