@@ -6,6 +6,7 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace test
@@ -61,6 +62,18 @@ template <class T>
             return ::testing::AssertionFailure() << "at x " << i % width << ", y " << i / width << ": " << +actual[i]
                                                  << " instead of " << +expected[i];
     return ::testing::AssertionSuccess();
+}
+
+/// The text of the failure, which has to be an Error.
+template <class Error, class Call>
+std::string failure(Call const& call)
+{
+    try {
+        call();
+    } catch (Error const& error) {
+        return error.what();
+    }
+    return "nothing thrown";
 }
 
 } // namespace test

@@ -3,8 +3,7 @@
 #pragma once
 
 #include "Helpers.h"
-
-#include <rastel/image/TImage.h>
+#include "PixelTypes.h"
 
 #include <array>
 #include <cstring>
@@ -193,22 +192,7 @@ private:
     std::vector<T> pixels_;
 };
 
-template <template <class> class Pattern>
-using Mosaic8 = rastel::Bayer<Pattern<unsigned char>>;
-template <template <class> class Pattern>
-using Mosaic16 = rastel::Bayer<Pattern<unsigned short>>;
-
-using RegisteredPixelTypes =
-    ::testing::Types<unsigned char, signed char, unsigned short, short, rastel::TRGB<unsigned char>,
-                     rastel::TRGBA<unsigned char>, Mosaic8<rastel::TBGGR>, Mosaic8<rastel::TRGGB>,
-                     Mosaic8<rastel::TGBRG>, Mosaic8<rastel::TGRBG>, Mosaic16<rastel::TBGGR>, Mosaic16<rastel::TRGGB>,
-                     Mosaic16<rastel::TGBRG>, Mosaic16<rastel::TGRBG>>;
-
-/// The same with the pixel type that is a conversion's destination only.
-using AllPixelTypes =
-    ::testing::Types<unsigned char, signed char, unsigned short, short, rastel::TRGB<unsigned char>,
-                     rastel::TRGBA<unsigned char>, rastel::TBGRA<unsigned char>, Mosaic8<rastel::TBGGR>,
-                     Mosaic8<rastel::TRGGB>, Mosaic8<rastel::TGBRG>, Mosaic8<rastel::TGRBG>, Mosaic16<rastel::TBGGR>,
-                     Mosaic16<rastel::TRGGB>, Mosaic16<rastel::TGBRG>, Mosaic16<rastel::TGRBG>>;
+using RegisteredPixelTypes = OperationPixels<::testing::Types>;
+using AllPixelTypes = ImagePixels<::testing::Types>;
 
 } // namespace test

@@ -15,10 +15,7 @@ namespace test
 
 using Patterns8 = ::testing::Types<rastel::TBGGR<unsigned char>, rastel::TRGGB<unsigned char>,
                                    rastel::TGBRG<unsigned char>, rastel::TGRBG<unsigned char>>;
-using Patterns =
-    ::testing::Types<rastel::TBGGR<unsigned char>, rastel::TRGGB<unsigned char>, rastel::TGBRG<unsigned char>,
-                     rastel::TGRBG<unsigned char>, rastel::TBGGR<unsigned short>, rastel::TRGGB<unsigned short>,
-                     rastel::TGBRG<unsigned short>, rastel::TGRBG<unsigned short>>;
+using Patterns = MosaicPatterns<::testing::Types>;
 
 inline char const* cell_of(rastel::TBGGR<unsigned char>) { return "BGGR"; }
 inline char const* cell_of(rastel::TRGGB<unsigned char>) { return "RGGB"; }

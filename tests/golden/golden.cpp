@@ -4,6 +4,9 @@
 //     golden                   prints the lines
 //     golden FILE              compares with the lines of FILE, names each operation that differs, and exits with 1 if
 //     any
+#include "../Digest.h"
+#include "../PixelTypes.h"
+
 #include <rastel/conversions/TypedConversions.h>
 #include <rastel/distance/DistanceTransform.h>
 #include <rastel/features/Corners.h>
@@ -29,25 +32,6 @@ namespace
 
 using namespace rastel;
 using Byte = unsigned char;
-class Hash // FNV-1a, 64 bits
-{
-public:
-    void add(void const* data, std::size_t bytes)
-    {
-        auto const* const byte = static_cast<Byte const*>(data);
-        for (std::size_t i = 0; i < bytes; ++i)
-            value_ = (value_ ^ byte[i]) * 1099511628211ULL;
-    }
-    std::string text() const
-    {
-        char digits[17];
-        std::snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(value_));
-        return digits;
-    }
-
-private:
-    std::uint64_t value_ = 14695981039346656037ULL;
-};
 
 template <class... Part>
 std::string joined(Part const&... parts)
@@ -59,7 +43,14 @@ std::string joined(Part const&... parts)
 }
 
 /// One hash an operation: its runs over several sizes add up in it.
-std::map<std::string, Hash> lines;
+std::map<std::string, test::Digest> lines;
+
+std::string text(test::Digest const& digest)
+{
+    char digits[17];
+    std::snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(digest.value()));
+    return digits;
+}
 
 void record(std::string const& name, void const* data, std::size_t bytes) { lines[name].add(data, bytes); }
 
@@ -144,6 +135,16 @@ char const* name(ChessBoard) { return "chessboard"; }
 
 template <class T>
 char const* const name_of = name(T());
+
+template <class... T>
+struct Types {
+    /// Calls call(T()) for each of the types.
+    template <class Call>
+    static void each(Call const& call)
+    {
+        (call(T()), ...);
+    }
+};
 
 /// The text of a failure, which is part of an operation's line; "" for none.
 template <class Call>
@@ -256,28 +257,20 @@ void workers()
     worker("rgb8 rgba8 key", ll_RGB8_to_RGBA_color_key, {same, {18, 14}, {40, 30}});
 }
 
-/// Every pair of formats through the entry operator, those without a conversion among them.
-template <class S, class... D>
-void entries()
+/// A pair of formats through the entry operator, which may have no conversion for them.
+template <class S, class D>
+void entry()
 {
     auto src = rendered<S>(22, 14, 4);
     src.properties.put("MAX", 250);
-    auto const convert = [&](auto dst, char const* destination) {
-        Rastel const& from = src;
-        std::string const name = joined("entry", name_of<S>, destination);
-        record(name, failure([&] { from >> static_cast<Rastel&>(dst); }));
-        record(name, dst);
-        record(name, failure([&] { from >> NEAREST >> COLOR_CHANNEL_G >> static_cast<Rastel&>(dst); }));
-        record(name, dst);
-        record(name, dst.properties.get("MAX", "none") + " " + dst.properties.get("CONVERSION FLAGS", "none"));
-    };
-    (convert(dirty<D>(22, 14), name_of<D>), ...);
-}
-
-template <class... T>
-void all_entries()
-{
-    (entries<T, T...>(), ...);
+    auto dst = dirty<D>(22, 14);
+    Rastel const& from = src;
+    std::string const name = joined("entry", name_of<S>, name_of<D>);
+    record(name, failure([&] { from >> static_cast<Rastel&>(dst); }));
+    record(name, dst);
+    record(name, failure([&] { from >> NEAREST >> COLOR_CHANNEL_G >> static_cast<Rastel&>(dst); }));
+    record(name, dst);
+    record(name, dst.properties.get("MAX", "none") + " " + dst.properties.get("CONVERSION FLAGS", "none"));
 }
 
 template <class P, class D = TRGB<Byte>, class Decoder>
@@ -441,19 +434,21 @@ void operations()
         });
     }
     auto const image = rendered<T>(37, 29, 30);
+    auto const measured = [](char const* what, auto const& measure) {
+        std::string const name = joined(what, name_of<T>);
+        try {
+            measure(name);
+        } catch (unregistered_call const&) {
+            record(name, std::string("not registered"));
+        }
+    };
     for (auto const& [first, step] : {std::pair<unsigned int, unsigned int>{0, 1}, {0, 7}, {30, 2}})
-        try {
-            record(joined("mean", name_of<T>), Mean(image, first, step, 1, 2, 3));
-        } catch (unregistered_call const&) {
-            record(joined("mean", name_of<T>), std::string("not registered"));
-        }
+        measured("mean", [&, &f = first, &s = step](auto& name) { record(name, Mean(image, f, s, 1, 2, 3)); });
     for (double const width : {1.0, 64.0, 0.7})
-        try {
+        measured("histogram", [&](auto& name) {
             for (auto const& table : Histogram(image, width, 0))
-                record(joined("histogram", name_of<T>), table);
-        } catch (unregistered_call const&) {
-            record(joined("histogram", name_of<T>), std::string("not registered"));
-        }
+                record(name, table);
+        });
 }
 
 bool fits(Rastel const& src, Rastel const& dst) { return src.buffer->Size() <= dst.buffer->Room(); }
@@ -544,51 +539,45 @@ void sites()
     site("adjust_P_from_Square", [](Byte*, Byte* r, Byte* g) { return adjust_P_from_Square_SrcPixel(r, stride, g); });
 }
 
-/// Rasters that are narrower or lower than the kernels; the outputs have room for what is told of them.
-void small_features()
+using Gradient = std::vector<signed char>;
+
+void gradients(RastelMono8 const& grey, Gradient& dx, Gradient& dy, char const* name_of_dx, char const* name_of_dy)
 {
+    int const width = static_cast<int>(grey.width);
+    int const height = static_cast<int>(grey.height);
+    for (auto const& [name, gradient] :
+         {std::pair{"derivative", ll_grey_DerivativeGradient}, {"sobel", ll_grey_SobelGradient}}) {
+        gradient(dx.data(), dy.data(), grey.data(), width, height);
+        record(joined(name, name_of_dx), dx);
+        record(joined(name, name_of_dy), dy);
+    }
+}
+
+void features()
+{
+    // Rasters that are narrower or lower than the kernels; the outputs have room for what is told of them.
     for (Size const size : {Size{1, 1}, Size{2, 5}, Size{5, 2}, Size{1, 4}, Size{4, 1}, Size{3, 3}, Size{4, 3}}) {
-        auto const grey = rendered<Byte>(size.width, size.height, 2);
-        int const width = static_cast<int>(size.width);
-        int const height = static_cast<int>(size.height);
         std::size_t const room = 40;
-        std::vector<signed char> dx(room, 5);
-        std::vector<signed char> dy(room, 5);
-        ll_grey_DerivativeGradient(dx.data(), dy.data(), grey.data(), width, height);
-        record("derivative small", dx);
-        record("derivative small", dy);
-        ll_grey_SobelGradient(dx.data(), dy.data(), grey.data(), width, height);
-        record("sobel small", dx);
-        record("sobel small", dy);
+        Gradient dx(room, 5);
+        Gradient dy(room, 5);
+        gradients(rendered<Byte>(size.width, size.height, 2), dx, dy, "small", "small");
         for (std::size_t i = 0; i < room; ++i)
             dx[i] = dy[room - 1 - i] = static_cast<signed char>(i * 37);
         std::vector<int> response(room, 5);
         GenericCornerDetector(response.data(), dx.data(), dy.data(), size.width, size.height, 3,
                               HarrisCornerValue(0.05F));
         record("corners small", response);
-        SobelHessianEx(response.data(), dx.data(), dy.data(), width, height);
+        SobelHessianEx(response.data(), dx.data(), dy.data(), static_cast<int>(size.width),
+                       static_cast<int>(size.height));
         record("hessian small", response);
     }
-}
-
-void features()
-{
-    sites();
-    small_features();
     for (Size const size : {Size{66, 38}, Size{5, 4}}) {
         auto const grey = rendered<Byte>(size.width, size.height, 2);
         int const width = static_cast<int>(size.width);
         int const height = static_cast<int>(size.height);
-        std::size_t const count = grey.pixels;
-        std::vector<signed char> dx(count);
-        std::vector<signed char> dy(count);
-        ll_grey_DerivativeGradient(dx.data(), dy.data(), grey.data(), width, height);
-        record("derivative dx", dx);
-        record("derivative dy", dy);
-        ll_grey_SobelGradient(dx.data(), dy.data(), grey.data(), width, height);
-        record("sobel dx", dx);
-        record("sobel dy", dy);
-        std::vector<int> response(count);
+        Gradient dx(grey.pixels), dy(grey.pixels), hxx(grey.pixels), hxy(grey.pixels), hyy(grey.pixels);
+        gradients(grey, dx, dy, "dx", "dy");
+        std::vector<int> response(grey.pixels);
         for (unsigned int const window : {1U, 3U, 4U, 5U, 9U}) {
             ShiTomasiCorner(response.data(), dx.data(), dy.data(), size.width, size.height, window);
             record(joined("shi-tomasi", window), response);
@@ -597,9 +586,6 @@ void features()
             ForstnerCorner(response.data(), dx.data(), dy.data(), size.width, size.height, window);
             record(joined("forstner", window), response);
         }
-        std::vector<signed char> hxx(count);
-        std::vector<signed char> hxy(count);
-        std::vector<signed char> hyy(count);
         SobelHessianEx(response.data(), dx.data(), dy.data(), width, height);
         record("hessian", response);
         SobelHessianEx(response.data(), hxx.data(), hxy.data(), hyy.data(), dx.data(), dy.data(), width, height);
@@ -607,7 +593,7 @@ void features()
         record("hessian xx", hxx);
         record("hessian xy", hxy);
         record("hessian yy", hyy);
-        std::vector<Byte> display(count);
+        std::vector<Byte> display(grey.pixels);
         DrawableHarrisImage(display.data(), response.data(), size.width, size.height, 0.01F);
         record("drawable", display);
     }
@@ -727,65 +713,36 @@ void wide_rows()
     record(joined("wide transform", name_of<Metric>, name_of<D>), distances);
 }
 
-template <class Metric, class S, class D>
-void distances_and_parts()
-{
-    distances<Metric, S, D>();
-    distance_parts<Metric, S, D>();
-}
-
-template <class Metric>
-void all_distances()
-{
-    wide_rows<Metric, Byte>();
-    wide_rows<Metric, unsigned short>();
-    distances_and_parts<Metric, Byte, Byte>();
-    distances_and_parts<Metric, Byte, unsigned short>();
-    distances_and_parts<Metric, unsigned short, Byte>();
-    distances_and_parts<Metric, unsigned short, unsigned short>();
-}
-
-template <class... T>
-void all_operations()
-{
-    ((operations<T>(), untyped<T>()), ...);
-}
-
-template <class... P>
-void all_decoders()
-{
-    (decoders<P>(), ...);
-}
-
-template <class... T>
-void all_integrals()
-{
-    ((integrals<T, Byte>(), integrals<T, unsigned short>()), ...);
-}
-
 void run_all()
 {
-    all_decoders<TBGGR<Byte>, TRGGB<Byte>, TGBRG<Byte>, TGRBG<Byte>, TBGGR<unsigned short>, TRGGB<unsigned short>,
-                 TGBRG<unsigned short>, TGRBG<unsigned short>>();
+    test::MosaicPatterns<Types>::each([](auto pattern) { decoders<decltype(pattern)>(); });
     decoders8<TBGGR<Byte>>(0);
     decoders8<TGRBG<Byte>>(1);
     decoders8<TRGGB<Byte>>(2);
     decoders8<TGBRG<Byte>>(3);
     all_conversions();
-    all_entries<Byte, signed char, unsigned short, short, TRGB<Byte>, TRGBA<Byte>, TBGRA<Byte>, Bayer<TBGGR<Byte>>,
-                Bayer<TRGGB<Byte>>, Bayer<TGBRG<Byte>>, Bayer<TGRBG<Byte>>, Bayer<TBGGR<unsigned short>>,
-                Bayer<TRGGB<unsigned short>>, Bayer<TGBRG<unsigned short>>, Bayer<TGRBG<unsigned short>>>();
-    untyped<TBGRA<Byte>>();
-    all_operations<Byte, signed char, unsigned short, short, TRGB<Byte>, TRGBA<Byte>, Bayer<TBGGR<Byte>>,
-                   Bayer<TRGGB<Byte>>, Bayer<TGBRG<Byte>>, Bayer<TGRBG<Byte>>, Bayer<TBGGR<unsigned short>>,
-                   Bayer<TRGGB<unsigned short>>, Bayer<TGBRG<unsigned short>>, Bayer<TGRBG<unsigned short>>>();
+    using All = test::ImagePixels<Types>;
+    All::each([](auto src) { All::each([](auto dst) { entry<decltype(src), decltype(dst)>(); }); });
+    All::each([](auto pixel) { untyped<decltype(pixel)>(); });
+    test::OperationPixels<Types>::each([](auto pixel) { operations<decltype(pixel)>(); });
+    sites();
     features();
-    all_integrals<unsigned int, float, double>();
-    if constexpr (sizeof(unsigned long) == 8) // where it has 32 bits, its rows would be those of unsigned int
-        all_integrals<unsigned long>();
-    all_distances<Euclidean>();
-    all_distances<Manhattan>();
-    all_distances<ChessBoard>();
+    Types<Byte, unsigned short>::each([](auto sample) {
+        Types<unsigned int, float, double>::each([](auto sum) { integrals<decltype(sum), decltype(sample)>(); });
+        if constexpr (sizeof(unsigned long) == 8) // where it has 32 bits, its rows would be those of unsigned int
+            integrals<unsigned long, decltype(sample)>();
+    });
+    Types<Euclidean, Manhattan, ChessBoard>::each([](auto metric) {
+        Types<Byte, unsigned short>::each([](auto distance) {
+            using Metric = decltype(metric);
+            using Distance = decltype(distance);
+            wide_rows<Metric, Distance>();
+            Types<Byte, unsigned short>::each([](auto edge) {
+                distances<Metric, decltype(edge), Distance>();
+                distance_parts<Metric, decltype(edge), Distance>();
+            });
+        });
+    });
 }
 
 int compare(char const* path)
@@ -803,7 +760,7 @@ int compare(char const* path)
     std::size_t absent = 0;
     for (auto const& [name, hash] : lines) {
         auto const known = expected.find(name);
-        if (known == expected.end() || known->second != hash.text()) {
+        if (known == expected.end() || known->second != text(hash)) {
             std::cerr << "differs: " << name << '\n';
             ++differences;
         }
@@ -836,6 +793,6 @@ int main(int count, char** arguments)
     if (count > 1)
         return compare(arguments[1]);
     for (auto const& [name, hash] : lines)
-        std::cout << hash.text() << ' ' << name << '\n';
+        std::cout << text(hash) << ' ' << name << '\n';
     return 0;
 }

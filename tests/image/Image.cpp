@@ -70,25 +70,13 @@ TYPED_TEST(EveryImage, CopiesDeepAndKeepsPropertiesInAssignment)
     EXPECT_TRUE(test::same_pixels(target, source));
 }
 
-TEST(Image, IdsAreDistinctConstants)
+template <class... T>
+std::set<std::uint32_t> ids_of(::testing::Types<T...>)
 {
-    std::set<std::uint32_t> const ids{impl::ImageId<unsigned char>::value,
-                                      impl::ImageId<signed char>::value,
-                                      impl::ImageId<unsigned short>::value,
-                                      impl::ImageId<short>::value,
-                                      RastelRGB8::type_info()->id,
-                                      RastelRGBA8::type_info()->id,
-                                      TImage<TBGRA<unsigned char>>::type_info()->id,
-                                      TImage<test::Mosaic8<TBGGR>>::type_info()->id,
-                                      TImage<test::Mosaic8<TRGGB>>::type_info()->id,
-                                      TImage<test::Mosaic8<TGBRG>>::type_info()->id,
-                                      TImage<test::Mosaic8<TGRBG>>::type_info()->id,
-                                      TImage<test::Mosaic16<TBGGR>>::type_info()->id,
-                                      TImage<test::Mosaic16<TRGGB>>::type_info()->id,
-                                      TImage<test::Mosaic16<TGBRG>>::type_info()->id,
-                                      TImage<test::Mosaic16<TGRBG>>::type_info()->id};
-    EXPECT_EQ(ids.size(), 15U);
+    return {TImage<T>::type_info()->id...};
 }
+
+TEST(Image, IdsAreDistinct) { EXPECT_EQ(ids_of(test::AllPixelTypes()).size(), 15U); }
 
 TEST(Image, WrapsMemoryAndReleasesItOnce)
 {

@@ -13,18 +13,6 @@ using namespace rastel;
 
 constexpr unsigned int width = 7, height = 5;
 
-/// The text of the failure, which has to be a std::invalid_argument.
-template <class F>
-std::string failure(F const& call)
-{
-    try {
-        call();
-    } catch (std::invalid_argument const& refused) {
-        return refused.what();
-    }
-    return "nothing thrown";
-}
-
 template <class T>
 class OwnMemory : public ::testing::Test
 {
@@ -99,6 +87,9 @@ TEST(OwnMemory, WalksBehindTheLastPixelStopWhereTheRoomEnds)
 
 TEST(OwnMemory, RefusesFramesThatDoNotFit)
 {
+    constexpr auto lowest = std::numeric_limits<std::ptrdiff_t>::min();
+    constexpr auto most = std::numeric_limits<std::size_t>::max();
+    auto const refusal = [](auto const& call) { return test::failure<std::invalid_argument>(call); };
     std::vector<unsigned short> frame(30);
     void* const address = frame.data();
     int released = 0;
@@ -110,40 +101,33 @@ TEST(OwnMemory, RefusesFramesThatDoNotFit)
         ImageTypeRecord record{300};
         ImageTypeRecord const* image_type_info() const override { return &record; }
     } unknown;
+    unknown.width = unknown.height = 1;
 
-    auto const wrapping = [&](void* at, std::size_t room) {
-        auto const typed = failure([&] { wrap<unsigned short>(5, 4, at, room, release); });
-        EXPECT_EQ(failure([&] { wrap(*RastelMono16::type_info(), 5, 4, at, room, release); }), typed);
-        return typed;
+    auto const refuses_to_wrap = [&](void* at, std::size_t room, std::string const& reason) {
+        EXPECT_EQ(refusal([&] { wrap<unsigned short>(5, 4, at, room, release); }), "rastel::wrap: " + reason);
+        EXPECT_EQ(refusal([&] { wrap(*RastelMono16::type_info(), 5, 4, at, room, release); }),
+                  "rastel::wrap: " + reason);
     };
-    EXPECT_EQ(wrapping(nullptr, 40), "rastel::wrap: no address");
-    EXPECT_EQ(wrapping(static_cast<char*>(address) + 1, 40),
-              "rastel::wrap: an address that isn't aligned for the samples");
-    EXPECT_EQ(wrapping(address, 39), "rastel::wrap: less room than the pixels need");
-    EXPECT_EQ(failure([&] { wrap(unknown.record, 5, 4, address, 40); }),
+    refuses_to_wrap(nullptr, 40, "no address");
+    refuses_to_wrap(static_cast<char*>(address) + 1, 40, "an address that isn't aligned for the samples");
+    refuses_to_wrap(address, 39, "less room than the pixels need");
+    EXPECT_EQ(refusal([&] { wrap(unknown.record, 5, 4, address, 40); }),
               "rastel::wrap: not an image type of the library's");
     EXPECT_EQ(released, 0);
 
-    std::ptrdiff_t const lowest = std::numeric_limits<std::ptrdiff_t>::min();
-    auto const copying = [&](void* at, std::ptrdiff_t stride, std::size_t room) {
-        auto const in = failure([&] { copy_rows_in(at, stride, room, image); });
-        auto const out = failure([&] { copy_rows_out(image, at, stride, room); });
-        EXPECT_EQ(in.substr(in.find(": ")), out.substr(out.find(": ")));
-        return in;
+    auto const refuses_to_copy = [&](void* at, std::ptrdiff_t stride, std::size_t room, std::string const& reason) {
+        EXPECT_EQ(refusal([&] { copy_rows_in(at, stride, room, image); }), "rastel::copy_rows_in: " + reason);
+        EXPECT_EQ(refusal([&] { copy_rows_out(image, at, stride, room); }), "rastel::copy_rows_out: " + reason);
     };
-    EXPECT_EQ(copying(nullptr, 10, 40), "rastel::copy_rows_in: no address");
-    EXPECT_EQ(copying(address, 9, 60), "rastel::copy_rows_in: a stride shorter than a row");
-    EXPECT_EQ(copying(address, -9, 60), "rastel::copy_rows_in: a stride shorter than a row");
-    EXPECT_EQ(copying(address, 0, 60), "rastel::copy_rows_in: a stride shorter than a row");
-    EXPECT_EQ(copying(address, 12, 45), "rastel::copy_rows_in: less room than the rows need");
-    EXPECT_EQ(copying(address, 10, 9), "rastel::copy_rows_in: less room than the rows need");
-    EXPECT_EQ(copying(address, lowest, std::numeric_limits<std::size_t>::max()),
-              "rastel::copy_rows_in: less room than the rows need");
-    unknown.width = unknown.height = 1;
-    EXPECT_EQ(failure([&] { copy_rows_in(address, 10, 40, unknown); }),
+    refuses_to_copy(nullptr, 10, 40, "no address");
+    for (std::ptrdiff_t const stride : {9, -9, 0})
+        refuses_to_copy(address, stride, 60, "a stride shorter than a row");
+    for (auto const& [stride, room] : {std::pair<std::ptrdiff_t, std::size_t>{12, 45}, {10, 9}, {lowest, most}})
+        refuses_to_copy(address, stride, room, "less room than the rows need");
+    EXPECT_EQ(refusal([&] { copy_rows_in(address, 10, 40, unknown); }),
               "rastel::copy_rows_in: not an image type of the library's");
     RastelMono16 const cut(5, 4, std::make_shared<rastel::impl::BufferType>(address, 39));
-    EXPECT_EQ(failure([&] { copy_rows_out(cut, address, 10, 60); }),
+    EXPECT_EQ(refusal([&] { copy_rows_out(cut, address, 10, 60); }),
               "rastel::copy_rows_out: an image whose buffer is smaller than its size");
     EXPECT_EQ(test::pixels_of(image), before);
 

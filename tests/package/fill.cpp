@@ -6,7 +6,7 @@
 
 int main()
 {
-    int const reached = count_reached_of_fourteen([](rastel::Rastel& image) {
+    int const reached = test::OperationPixels<Images>::count_reached([](rastel::Rastel& image) {
         rastel::Fill(image, 0x04030201);
         auto const* bytes = static_cast<unsigned char const*>(image.buffer->get());
         return bytes[0] == 1 && bytes[image.buffer->Size() - 1] >= 1;

@@ -6,7 +6,7 @@
 
 int main()
 {
-    int const reached = count_reached_of_fourteen([](rastel::Rastel& image) {
+    int const reached = test::OperationPixels<Images>::count_reached([](rastel::Rastel& image) {
         rastel::Resize(image, 3, 2);
         return image.width == 3 && image.height == 2 && image.pixels == 6;
     });
