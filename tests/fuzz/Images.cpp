@@ -2,6 +2,7 @@
 //
 // Each input runs twice, at other addresses and with another number of bands. Both runs must stay inside their buffers'
 // rooms, leave alone what they promise to leave alone, and give the same bytes, lines, values and failure.
+#include "../PixelTypes.h"
 #include "Input.h"
 
 #include <rastel/conversions/TypedConversions.h>
@@ -27,59 +28,44 @@ using fuzz::require;
 using Byte = unsigned char;
 using RGB = TRGB<Byte>;
 
+/// What the program needs of a pixel type before there is an image.
+struct Type {
+    std::size_t bytes, alignment;
+    /// An image over the memory, or with memory of its own if there is none.
+    std::unique_ptr<Rastel> (*make)(unsigned int, unsigned int, std::shared_ptr<impl::BufferType> const&);
+};
+
+template <class T>
+std::unique_ptr<Rastel> make_typed(unsigned int width, unsigned int height,
+                                   std::shared_ptr<impl::BufferType> const& memory)
+{
+    return memory == nullptr ? std::make_unique<TImage<T>>(width, height)
+                             : std::make_unique<TImage<T>>(width, height, memory);
+}
+
 template <class... T>
 struct TypeList {
+    static constexpr Type types[] = {{sizeof(T), alignof(T), make_typed<T>}...};
+
+    /// Calls the visitor with the image as what it is.
+    template <class Visitor>
+    static void visit(Rastel& image, Visitor const& visitor)
+    {
+        auto const id = image.image_type_info()->id;
+        static_cast<void>(((id == impl::ImageId<T>::value && (visitor(static_cast<TImage<T>&>(image)), true)) || ...));
+    }
 };
-using Types = TypeList<Byte, signed char, unsigned short, short, RGB, TRGBA<Byte>, TBGRA<Byte>, Bayer<TBGGR<Byte>>,
-                       Bayer<TRGGB<Byte>>, Bayer<TGBRG<Byte>>, Bayer<TGRBG<Byte>>, Bayer<TBGGR<unsigned short>>,
-                       Bayer<TRGGB<unsigned short>>, Bayer<TGBRG<unsigned short>>, Bayer<TGRBG<unsigned short>>>;
-constexpr unsigned int type_count = 15;
+using Types = test::ImagePixels<TypeList>;
+constexpr auto& types = Types::types;
 constexpr unsigned int grey = 0, signed_grey = 1, grey16 = 2, signed_grey16 = 3, rgb = 4, rgba = 5, bgra = 6;
-constexpr unsigned int first_mosaic = 7, first_mosaic16 = 11;
+constexpr unsigned int first_mosaic = 7, first_mosaic16 = 11, type_count = 15;
+constexpr std::size_t most_aligned = 2;
+constexpr std::size_t whole_pixels = 12; // bytes, of any type
 
 template <class T>
 constexpr bool is_mosaic = false;
 template <class P>
 constexpr bool is_mosaic<Bayer<P>> = true;
-
-/// What the program needs of a pixel type before there is an image.
-struct Type {
-    template <class T>
-    static constexpr Type of()
-    {
-        return {sizeof(T), alignof(T),
-                [](unsigned int width, unsigned int height, std::shared_ptr<impl::BufferType> memory) {
-                    return std::unique_ptr<Rastel>(memory == nullptr ? new TImage<T>(width, height)
-                                                                     : new TImage<T>(width, height, std::move(memory)));
-                }};
-    }
-
-    std::size_t bytes, alignment;
-    /// An image over the memory, or with memory of its own if there is none.
-    std::unique_ptr<Rastel> (*make)(unsigned int, unsigned int, std::shared_ptr<impl::BufferType>);
-};
-
-template <class... T>
-constexpr std::array<Type, type_count> list_types(TypeList<T...>)
-{
-    return {Type::of<T>()...};
-}
-constexpr std::array<Type, type_count> types = list_types(Types());
-constexpr std::size_t most_aligned = 2;
-constexpr std::size_t whole_pixels = 12; // bytes, of any type
-
-/// Calls the visitor with the image as what it is.
-template <class Visitor, class... T>
-void visit(Rastel& image, Visitor const& visitor, TypeList<T...>)
-{
-    auto const is = [&image](ImageTypeRecord const* record) { return image.image_type_info()->id == record->id; };
-    static_cast<void>(((is(TImage<T>::type_info()) && (visitor(static_cast<TImage<T>&>(image)), true)) || ...));
-}
-template <class Visitor>
-void visit(Rastel& image, Visitor const& visitor)
-{
-    visit(image, visitor, Types());
-}
 
 /// Folds the lines on standard output into a few bits, whatever their order and number: each band may write its own.
 class Lines : public std::streambuf
@@ -106,33 +92,34 @@ Lines& lines = *new Lines; // never destroyed: the standard output is flushed in
 /// What the front ends take for the number of processors.
 unsigned int processors = 2;
 
-constexpr std::array<char const*, 25> flag_words{"BAYER_DECODING_NEAREST",
-                                                 "BAYER_DECODING_EDGE_SENSE",
-                                                 "BAYER_DECODING_SIMPLE",
-                                                 "BAYER_DECODING_GRADIENT",
-                                                 "BAYER_DECODING_ADAPTIVE",
-                                                 "BAYER_DECODING_KIMMEL",
-                                                 "BAYER_DECODING_DOWNSAMPLE_2X",
-                                                 "BAYER_DECODING_DOWNSAMPLE_2X|BAYER_DECODING_EDGE_SENSE",
-                                                 "ALPHA_CHANNEL_KEEP_DEST",
-                                                 "ALPHA_CHANNEL_COLOR_KEY",
-                                                 "COLOR_CHANNELS_AVERAGE",
-                                                 "COLOR_CHANNELS_STANDARD_COEFFICIENTS",
-                                                 "COLOR_CHANNEL_R",
-                                                 "COLOR_CHANNEL_G",
-                                                 "COLOR_CHANNEL_B",
-                                                 "NEAREST",
-                                                 "",
-                                                 "",
-                                                 "NONE",
-                                                 "#3",
-                                                 "#0",
-                                                 "#99999999999999999999",
-                                                 "#",
-                                                 " NEAREST\t",
-                                                 "nearest"};
-constexpr std::array<char const*, 14> range_words{
-    "0", "1", "255", "4095", "65535", "-5", "-32768", "32767", "4294967295", "99999999999", "x", "7 ", "\n1\t2", ""};
+using Word = char const* const;
+Word flag_words[] = {"BAYER_DECODING_NEAREST",
+                     "BAYER_DECODING_EDGE_SENSE",
+                     "BAYER_DECODING_SIMPLE",
+                     "BAYER_DECODING_GRADIENT",
+                     "BAYER_DECODING_ADAPTIVE",
+                     "BAYER_DECODING_KIMMEL",
+                     "BAYER_DECODING_DOWNSAMPLE_2X",
+                     "BAYER_DECODING_DOWNSAMPLE_2X|BAYER_DECODING_EDGE_SENSE",
+                     "ALPHA_CHANNEL_KEEP_DEST",
+                     "ALPHA_CHANNEL_COLOR_KEY",
+                     "COLOR_CHANNELS_AVERAGE",
+                     "COLOR_CHANNELS_STANDARD_COEFFICIENTS",
+                     "COLOR_CHANNEL_R",
+                     "COLOR_CHANNEL_G",
+                     "COLOR_CHANNEL_B",
+                     "NEAREST",
+                     "",
+                     "",
+                     "NONE",
+                     "#3",
+                     "#0",
+                     "#99999999999999999999",
+                     "#",
+                     " NEAREST\t",
+                     "nearest"};
+Word range_words[] = {"0",     "1",          "255",         "4095", "65535", "-5",     "-32768",
+                      "32767", "4294967295", "99999999999", "x",    "7 ",    "\n1\t2", ""};
 
 std::string flag_text(Input& in)
 {
@@ -209,67 +196,104 @@ Picture make_overlapping(Input& in, Picture& other, unsigned int type_index, fuz
     return made;
 }
 
+/// Bytes from the destination's first on that an operation may write.
+using Reach = std::size_t;
+constexpr Reach all_room = std::numeric_limits<std::size_t>::max();
+
 /// One input in the middle of its run.
 struct Run {
     Input& in;
-    Picture& src;
-    Picture& dst;
+    Picture& from;
+    Picture& to;
     Digest& digest;
+    bool apart; ///< the images don't share memory
+    Rastel& src = *from.image;
+    Rastel& dst = *to.image;
+    bool anywhere = false; ///< the operation is one of those that may write to all of the room
 
-    bool equal_sizes() const { return src.image->width == dst.image->width && src.image->height == dst.image->height; }
-    bool takes(unsigned int type) const { return src.type == type; }
-    bool gives(unsigned int type) const { return dst.type == type; }
-    /// Bytes of the destination's pixels.
-    std::size_t pixels() const { return static_cast<std::size_t>(dst.image->pixels) * types[dst.type].bytes; }
+    bool equal_sizes() const { return src.width == dst.width && src.height == dst.height; }
 };
 
-/// Bytes from the destination's first on that an operation may write.
-using Reach = std::size_t;
-constexpr Reach nothing = 0;
-constexpr Reach all_room = std::numeric_limits<std::size_t>::max();
-
-/// A few conversions are known to go further than the pixels.
-Reach reach_of_conversion(Run const& run)
+Reach nothing(Run const&) { return 0; }
+Reach told(Run const& run) { return run.anywhere ? all_room : 0; }
+Reach pixels(Run const& run) { return static_cast<std::size_t>(run.dst.pixels) * types[run.to.type].bytes; }
+/// The last row of an odd height has no partner.
+Reach one_more_row(Run const& run) { return pixels(run) + run.dst.width * types[run.to.type].bytes; }
+/// A half turn ends one pixel further on; a picture of another size is turned as far as there is room.
+Reach turned(Run const& run)
 {
-    bool const changes_sign = (run.takes(signed_grey) && run.gives(grey)) || run.gives(signed_grey);
-    if (changes_sign && !run.equal_sizes())
+    return run.src.pixels == run.dst.pixels ? pixels(run) + types[run.to.type].bytes : all_room;
+}
+/// An operation that doesn't compare the types takes the destination's pixels for the source's.
+Reach typed_as_source(Run const& run)
+{
+    bool const same_type = run.src.image_type_info()->id == run.dst.image_type_info()->id;
+    return same_type && !run.anywhere ? pixels(run) : all_room;
+}
+/// A few conversions are known to go further than the pixels.
+Reach converted(Run const& run)
+{
+    unsigned int const from = run.from.type, to = run.to.type;
+    if (((from == signed_grey && to == grey) || to == signed_grey) && !run.equal_sizes())
         return all_room;
-    bool const one_more = run.takes(grey) && (run.gives(rgba) || run.gives(bgra)) && run.equal_sizes();
-    return run.pixels() + (one_more ? types[rgba].bytes : 0);
+    bool const one_more = from == grey && (to == rgba || to == bgra) && run.equal_sizes();
+    return pixels(run) + (one_more ? types[rgba].bytes : 0);
 }
 
-template <class P, class D>
-using BandDecoder = TImage<D>& (*)(TImage<D>&, TImage<Bayer<P>> const&, std::uint32_t, std::uint32_t);
+// What stands behind the typed conversions, by the types that it takes.
+template <class D, class P, std::size_t count>
+using Decoders = std::array<TImage<D>& (*)(TImage<D>&, TImage<Bayer<P>> const&, std::uint32_t, std::uint32_t), count>;
+template <class D, class S, std::size_t count>
+using Workers = std::array<void (*)(TImage<D>&, TImage<S> const&), count>;
 
 template <class P>
-constexpr std::array<BandDecoder<P, RGB>, 7> band_decoders(RGB)
+constexpr Decoders<RGB, P, 7> behind(Bayer<P>, RGB)
 {
     return {Bayer_to_RGB8_simple<P>,     Bayer_to_RGB8_nearest_neighbor<P>, Bayer_to_RGB8_downsample_2x<P>,
             Bayer_to_RGB8_edge_sense<P>, Bayer_to_RGB8_gradient<P>,         Bayer_to_RGB8_adaptive<P>,
             Bayer_to_RGB8_kimmel<P>};
 }
 template <class P>
-constexpr std::array<BandDecoder<P, Byte>, 2> band_decoders(Byte)
+constexpr Decoders<Byte, P, 2> behind(Bayer<P>, Byte)
 {
     return {ll_Bayer_to_Mono_luminance<P>, ll_Bayer_to_Mono_downsample_2x<P>};
 }
 template <class P>
-constexpr std::array<BandDecoder<P, unsigned short>, 2> band_decoders(unsigned short)
+constexpr Decoders<unsigned short, P, 2> behind(Bayer<P>, unsigned short)
 {
     return {ll_Bayer_to_Mono16_luminance<P>, ll_Bayer_to_Mono16_downsample_2x<P>};
 }
-
-bool share_memory(Rastel const& a, Rastel const& b)
+constexpr Workers<Byte, unsigned short, 3> behind(unsigned short, Byte)
 {
-    auto const first = [](Rastel const& image) { return reinterpret_cast<std::uintptr_t>(image.buffer->get()); };
-    return first(a) < first(b) + b.buffer->Room() && first(b) < first(a) + a.buffer->Room();
+    return {ll_Mono16_to_Mono8, ll_Mono16_to_Mono8_bilinear, ll_Mono16_to_Mono8_downscale};
+}
+constexpr Workers<RGB, unsigned short, 4> behind(unsigned short, RGB)
+{
+    return {ll_Mono16_to_RGB8, ll_Mono16_to_RGB8_bilinear, ll_Mono16_to_RGB8_nearest, ll_Mono16_to_RGB8_downscale};
+}
+constexpr Workers<Byte, short, 1> behind(short, Byte) { return {ll_Mono16s_to_Mono8}; }
+constexpr Workers<TRGBA<Byte>, RGB, 3> behind(RGB, TRGBA<Byte>)
+{
+    return {ll_RGB8_to_RGBA_alpha_keep, ll_RGB8_to_RGBA_alpha_none, ll_RGB8_to_RGBA_color_key};
+}
+constexpr Workers<Byte, RGB, 5> behind(RGB, Byte)
+{
+    return {ll_RGBX_to_MonoX_bilinear<channels_average>, ll_RGBX_to_MonoX_bilinear<channels_standard_coefficients>,
+            ll_RGBX_to_MonoX_bilinear<channel_R>, ll_RGBX_to_MonoX_bilinear<channel_G>,
+            ll_RGBX_to_MonoX_bilinear<channel_B>};
+}
+template <class S, class D>
+constexpr Workers<D, S, 0> behind(S, D)
+{
+    return {};
 }
 
 /// All bands of any count, last to first, give what one band gives; a band of any number stays in memory.
 template <class P, class D>
-void decode_bands(Input& in, TImage<Bayer<P>> const& src, TImage<D>& dst)
+void decode_bands(Run& run, TImage<Bayer<P>> const& src, TImage<D>& dst)
 {
-    static constexpr auto decoders = band_decoders<P>(D());
+    Input& in = run.in;
+    static constexpr auto decoders = behind(Bayer<P>(), D());
     auto const decode = decoders[in.below(decoders.size())];
     if (in.one_in(4)) {
         std::uint32_t const band = in.word();
@@ -277,7 +301,7 @@ void decode_bands(Input& in, TImage<Bayer<P>> const& src, TImage<D>& dst)
         return;
     }
     TImage<D> whole(dst);
-    bool const fits = holds_its_pixels(src) && holds_its_pixels(dst) && !share_memory(src, dst);
+    bool const fits = holds_its_pixels(src) && holds_its_pixels(dst) && run.apart;
     if (fits)
         decode(whole, src, 0, 1);
     std::uint32_t const bands = 1 + in.below(9);
@@ -287,88 +311,46 @@ void decode_bands(Input& in, TImage<Bayer<P>> const& src, TImage<D>& dst)
         require(std::memcmp(whole.data(), dst.data(), std::size_t{dst.pixels} * sizeof(D)) == 0, "bands leave a trace");
 }
 
-// The workers behind the typed conversions, by the types they take; some are for images of one size.
-void work(Input& in, RastelMono16 const& src, RastelMono8& dst)
-{
-    switch (in.below(3)) {
-    case 0:
-        if (src.width == dst.width && src.height == dst.height)
-            ll_Mono16_to_Mono8(dst, src);
-        return;
-    case 1:
-        return ll_Mono16_to_Mono8_bilinear(dst, src);
-    default:
-        return ll_Mono16_to_Mono8_downscale(dst, src);
-    }
-}
-void work(Input& in, RastelMono16 const& src, RastelRGB8& dst)
-{
-    switch (in.below(4)) {
-    case 0:
-        if (src.width == dst.width && src.height == dst.height)
-            ll_Mono16_to_RGB8(dst, src);
-        return;
-    case 1:
-        return ll_Mono16_to_RGB8_bilinear(dst, src);
-    case 2:
-        return ll_Mono16_to_RGB8_nearest(dst, src);
-    default:
-        return ll_Mono16_to_RGB8_downscale(dst, src);
-    }
-}
-void work(Input&, RastelMono16s const& src, RastelMono8& dst)
-{
-    if (src.width == dst.width && src.height == dst.height)
-        ll_Mono16s_to_Mono8(dst, src);
-}
-void work(Input& in, RastelRGB8 const& src, RastelRGBA8& dst)
-{
-    static constexpr decltype(&ll_RGB8_to_RGBA_alpha_keep) workers[] = {
-        ll_RGB8_to_RGBA_alpha_keep, ll_RGB8_to_RGBA_alpha_none, ll_RGB8_to_RGBA_color_key};
-    workers[in.below(3)](dst, src);
-}
-void work(Input& in, RastelRGB8 const& src, RastelMono8& dst)
-{
-    using Worker = void (*)(RastelMono8&, RastelRGB8 const&);
-    static constexpr Worker workers[] = {ll_RGBX_to_MonoX_bilinear<channels_average>,
-                                         ll_RGBX_to_MonoX_bilinear<channels_standard_coefficients>,
-                                         ll_RGBX_to_MonoX_bilinear<channel_R>, ll_RGBX_to_MonoX_bilinear<channel_G>,
-                                         ll_RGBX_to_MonoX_bilinear<channel_B>};
-    workers[in.below(5)](dst, src);
-}
 template <class S, class D>
-void work(Input&, TImage<S> const&, TImage<D>&)
+void work(Input& in, TImage<S> const& src, TImage<D>& dst)
 {
+    constexpr auto workers = behind(S(), D());
+    if constexpr (workers.size() != 0) {
+        unsigned int const choice = workers.size() == 1 ? 0 : in.below(workers.size());
+        // The first one for grey samples is for images of one size.
+        if (!std::is_integral_v<S> || choice != 0 || (src.width == dst.width && src.height == dst.height))
+            workers[choice](dst, src);
+    }
 }
 
 /// The typed conversion, or a worker of it.
 template <class S, class D>
-auto convert_typed(Input& in, TImage<S> const& src, TImage<D>& dst) -> decltype(impl::convert(src, dst), void())
+auto convert_typed(Run& run, TImage<S> const& src, TImage<D>& dst) -> decltype(impl::convert(src, dst), void())
 {
     if constexpr (is_mosaic<S> && (is_mosaic<D>)) {
         if constexpr (sizeof(S) == 1)
             src >> dst;
     } else if constexpr (is_mosaic<S>) {
         // Threads take much more time than all else, so few inputs start any.
-        if (in.one_in(16))
+        if (run.in.one_in(16))
             src >> dst;
         else
-            decode_bands(in, src, dst);
-    } else if (in.one_in(2)) {
+            decode_bands(run, src, dst);
+    } else if (run.in.one_in(2)) {
         src >> dst;
     } else {
-        work(in, src, dst);
+        work(run.in, src, dst);
     }
 }
 template <class... Other>
-void convert_typed(Input&, Other&...)
+void convert_typed(Run&, Other&...)
 {
 }
 
 void convert_typed(Run& run)
 {
-    visit(*run.src.image, [&run](auto& src) {
-        visit(*run.dst.image, [&run, &src](auto& dst) { convert_typed(run.in, std::as_const(src), dst); });
+    Types::visit(run.src, [&run](auto& src) {
+        Types::visit(run.dst, [&run, &src](auto& dst) { convert_typed(run, std::as_const(src), dst); });
     });
 }
 
@@ -382,40 +364,37 @@ bool starts_threads(Rastel const& src, Rastel const& dst)
 /// The entry point; it carries the source's properties over, and the destination's flags stay.
 void convert(Run& run)
 {
-    Rastel& dst = *run.dst.image;
+    if (starts_threads(run.src, run.dst) && !run.in.one_in(16))
+        return convert_typed(run);
+    Rastel& dst = run.dst;
     if (run.in.one_in(4)) {
-        *run.src.image >> method(run.in) >> dst;
+        run.src >> method(run.in) >> dst;
         return;
     }
     std::string const flags = flag_text(run.in);
     dst.properties.put("CONVERSION FLAGS", flags);
     auto const kept = [&] { return dst.properties.get<std::string>("CONVERSION FLAGS", "none") == flags; };
     try {
-        *run.src.image >> dst;
+        run.src >> dst;
     } catch (std::string const&) {
         require(kept(), "a failed conversion takes the flags away");
         throw;
     }
     require(kept(), "a conversion takes the flags away");
-    require(dst.properties.count("MIN") == run.src.image->properties.count("MIN"), "a conversion loses properties");
+    require(dst.properties.count("MIN") == run.src.properties.count("MIN"), "a conversion loses properties");
 }
 
 /// Construction, assignment and exchange; the images keep what their types promise.
-Reach use_members(Run& run)
+void use_members(Run& run)
 {
-    Rastel& src = *run.src.image;
-    Rastel& dst = *run.dst.image;
+    Rastel& dst = run.dst;
     unsigned int const choice = run.in.below(6);
-    if (choice == 0) {
-        dst.CopyBuffer(src);
-        return all_room;
-    }
-    if (choice == 1) {
-        dst.Swap(src);
-        return nothing;
-    }
-    Reach reach = nothing;
-    visit(src, [&](auto& typed) {
+    run.anywhere = choice == 0;
+    if (choice == 0)
+        return dst.CopyBuffer(run.src);
+    if (choice == 1)
+        return dst.Swap(run.src);
+    Types::visit(run.src, [&](auto& typed) {
         using Image = std::decay_t<decltype(typed)>;
         auto* const other = dynamic_cast<Image*>(&dst);
         if (choice == 2) {
@@ -426,18 +405,77 @@ Reach use_members(Run& run)
             Image moved(std::move(copy));
             require(copy.pixels == 0 && moved.pixels == typed.pixels, "a moved image stays");
             typed = static_cast<Image const&>(typed);
-        } else if (other == nullptr) {
-            return;
-        } else if (choice == 3) {
-            *other = std::move(typed);
-            require(other == &typed || typed.pixels == 0, "a moved image stays");
-            reach = all_room;
-        } else {
-            *other = static_cast<Image const&>(typed);
-            reach = all_room;
+        } else if (other != nullptr) {
+            run.anywhere = true;
+            if (choice != 3)
+                *other = static_cast<Image const&>(typed);
+            else
+                *other = std::move(typed);
+            require(choice != 3 || other == &typed || typed.pixels == 0, "a moved image stays");
         }
     });
-    return reach;
+}
+
+void copy_out(Run& run)
+{
+    static std::vector<std::uint8_t> outside(40 * 40 * 4);
+    Copy(run.src, static_cast<void*>(outside.data()));
+    require(std::memcmp(outside.data(), run.src.buffer->get(), run.src.buffer->Size()) == 0, "copied out otherwise");
+}
+
+void rotate_about(Run& run)
+{
+    double const angle = run.in.number();
+    double const x = run.in.number();
+    RotateC(run.src, run.dst, angle, x, run.in.number(), ANGLE_DEGREES);
+}
+
+void resize(Run& run)
+{
+    static constexpr unsigned int huge = 0xffffffffU;
+    bool const large = run.in.one_in(16);
+    unsigned int const width = large ? huge : run.in.extent();
+    Resize(run.dst, width, large && run.in.one_in(2) ? huge : large ? 0 : run.in.extent());
+}
+
+/// Half of the rectangles have the destination's size.
+void crop(Run& run)
+{
+    Input& in = run.in;
+    int const x0 = in.integer();
+    int const y0 = in.integer();
+    bool const fits = in.below(2) != 0;
+    int const x1 = fits ? oq::wrap_add(x0, static_cast<int>(run.dst.width) - 1) : in.integer();
+    int const y1 = fits ? oq::wrap_add(y0, static_cast<int>(run.dst.height) - 1) : in.integer();
+    run.anywhere = in.below(2) != 0; // where the geometry is kept, a rectangle outside the source lands anywhere
+    Crop(run.src, run.dst, x0, y0, x1, y1, run.anywhere);
+}
+
+void resample(Run& run)
+{
+    RastelFlag const& by = method(run.in);
+    // Half a picture is written in rows of half the source's, whatever the destination's are.
+    bool const half = run.src.width / 2 == run.dst.width && run.src.height / 2 == run.dst.height;
+    run.anywhere = by == DOWNSAMPLE_2X && !half;
+    Resample(run.src, run.dst, by);
+}
+
+void take_mean(Run& run)
+{
+    auto const first = static_cast<unsigned int>(run.in.integer());
+    auto const step = static_cast<unsigned int>(run.in.integer());
+    for (double const mean : Mean(run.src, first, step, 7, static_cast<unsigned int>(run.in.integer()), 9))
+        run.digest.add_value(mean);
+}
+
+void take_histogram(Run& run)
+{
+    run.src.planes = static_cast<std::uint8_t>(run.in.byte());
+    double const width = run.in.number();
+    if (width > 0 && width < 0.25) // a fine histogram is only slow
+        return;
+    for (auto const& table : Histogram(run.src, width, run.in.byte()))
+        run.digest.add(table.data(), table.size() * sizeof table[0]);
 }
 
 void read_flags(Run& run)
@@ -447,114 +485,33 @@ void read_flags(Run& run)
     run.digest.add(text);
 }
 
-/// Runs one operation and tells what it may write to the destination.
-Reach operate(Run& run, unsigned int operation)
-{
-    Input& in = run.in;
-    Rastel& src = *run.src.image;
-    Rastel& dst = *run.dst.image;
-    bool const same_type = src.image_type_info()->id == dst.image_type_info()->id;
-    // An operation that doesn't compare the types takes the destination's pixels for the source's.
-    Reach const typed_as_source = same_type ? run.pixels() : all_room;
-    switch (operation) {
-    case 0:
-        Fill(dst, in.integer());
-        return run.pixels();
-    case 1:
-        Copy(src, dst);
-        return run.pixels();
-    case 2:
-        Copy(static_cast<void const*>(fuzz::noise(in.byte())), dst);
-        return run.pixels();
-    case 3: {
-        static std::vector<std::uint8_t> outside(40 * 40 * 4);
-        Copy(src, static_cast<void*>(outside.data()));
-        require(std::memcmp(outside.data(), src.buffer->get(), src.buffer->Size()) == 0, "copied out otherwise");
-        return nothing;
-    }
-    case 4:
-        DeInterlace_OddField(src, dst);
-        return run.pixels() + dst.width * types[run.dst.type].bytes; // the last row of an odd height
-    case 5:
-        Rotate(src, dst, in.number(), static_cast<ANGLE_UNITS>(in.below(2)));
-        // A half turn ends one pixel further on; a picture of another size is turned as far as there is room.
-        return src.pixels == dst.pixels ? run.pixels() + types[run.dst.type].bytes : all_room;
-    case 6: {
-        double const angle = in.number();
-        double const x = in.number();
-        RotateC(src, dst, angle, x, in.number(), ANGLE_DEGREES);
-        return nothing;
-    }
-    case 7: {
-        static constexpr unsigned int huge = 0xffffffffU;
-        bool const large = in.one_in(16);
-        unsigned int const width = large ? huge : in.extent();
-        Resize(dst, width, large && in.one_in(2) ? huge : large ? 0 : in.extent());
-        return nothing;
-    }
-    case 8:
-        LinComb(src, in.number(), dst);
-        return typed_as_source;
-    case 9: {
-        // Half of the rectangles have the destination's size.
-        int const x0 = in.integer();
-        int const y0 = in.integer();
-        bool const fits = in.below(2) != 0;
-        int const x1 = fits ? oq::wrap_add(x0, static_cast<int>(dst.width) - 1) : in.integer();
-        int const y1 = fits ? oq::wrap_add(y0, static_cast<int>(dst.height) - 1) : in.integer();
-        bool const keep_geometry = in.below(2) != 0;
-        Crop(src, dst, x0, y0, x1, y1, keep_geometry);
-        return keep_geometry ? all_room : typed_as_source; // a rectangle outside the source lands anywhere
-    }
-    case 10:
-    case 11: {
-        RastelFlag const& by = method(in);
-        Resample(src, dst, by);
-        // Half a picture is written in rows of half the source's, whatever the destination's are.
-        bool const half = src.width / 2 == dst.width && src.height / 2 == dst.height;
-        return by == DOWNSAMPLE_2X && !half ? all_room : typed_as_source;
-    }
-    case 12:
-        run.digest.add_value(IsEmpty(src));
-        return nothing;
-    case 13: {
-        auto const first = static_cast<unsigned int>(in.integer());
-        auto const step = static_cast<unsigned int>(in.integer());
-        auto const fourth = static_cast<unsigned int>(in.integer());
-        for (double const mean : Mean(src, first, step, 7, fourth, 9))
-            run.digest.add_value(mean);
-        return nothing;
-    }
-    case 14: {
-        src.planes = static_cast<std::uint8_t>(in.byte());
-        double const width = in.number();
-        if (width > 0 && width < 0.25) // a fine histogram is only slow
-            return nothing;
-        for (auto const& table : Histogram(src, width, in.byte()))
-            run.digest.add(table.data(), table.size() * sizeof table[0]);
-        return nothing;
-    }
-    case 15:
-    case 16:
-        return use_members(run);
-    case 17:
-        read_flags(run);
-        return nothing;
-    case 18:
-    case 19:
-    case 20:
-    case 21:
-    case 22:
-        convert_typed(run);
-        return reach_of_conversion(run);
-    default:
-        if (starts_threads(src, dst) && !in.one_in(16))
-            convert_typed(run);
-        else
-            convert(run);
-        return reach_of_conversion(run);
-    }
-}
+/// What is run, and what it may write to the destination.
+struct Operation {
+    void (*call)(Run&);
+    Reach (*reach)(Run const&);
+};
+constexpr Operation operations[] = {
+    {[](Run& run) { Fill(run.dst, run.in.integer()); }, pixels},
+    {[](Run& run) { Copy(run.src, run.dst); }, pixels},
+    {[](Run& run) { Copy(static_cast<void const*>(fuzz::noise(run.in.byte())), run.dst); }, pixels},
+    {copy_out, nothing},
+    {[](Run& run) { DeInterlace_OddField(run.src, run.dst); }, one_more_row},
+    {[](Run& run) { Rotate(run.src, run.dst, run.in.number(), static_cast<ANGLE_UNITS>(run.in.below(2))); }, turned},
+    {rotate_about, nothing},
+    {resize, nothing},
+    {[](Run& run) { LinComb(run.src, run.in.number(), run.dst); }, typed_as_source},
+    {crop, typed_as_source},
+    {resample, typed_as_source},
+    {resample, typed_as_source},
+    {[](Run& run) { run.digest.add_value(IsEmpty(run.src)); }, nothing},
+    {take_mean, nothing},
+    {take_histogram, nothing},
+    {use_members, told},
+    {use_members, told},
+    {read_flags, nothing},
+    {convert_typed, converted},
+    {convert, converted}};
+constexpr unsigned int first_conversion = 18;
 
 struct Outcome {
     std::string failure;
@@ -570,22 +527,23 @@ std::pair<unsigned int, unsigned int> pick_types(Input& in, bool conversion)
         return {source, in.below(type_count)};
     if (!conversion)
         return {source, source};
-    static constexpr std::pair<unsigned int, unsigned int> pairs[] = {{grey, grey},
-                                                                      {grey, rgb},
-                                                                      {grey, rgba},
-                                                                      {grey, bgra},
-                                                                      {grey, signed_grey},
-                                                                      {signed_grey, grey},
-                                                                      {signed_grey, signed_grey},
-                                                                      {grey16, grey},
-                                                                      {grey16, grey16},
-                                                                      {grey16, rgb},
-                                                                      {signed_grey16, grey},
-                                                                      {rgb, grey},
-                                                                      {rgb, rgb},
-                                                                      {rgb, rgba},
-                                                                      {rgb, signed_grey},
-                                                                      {rgba, rgba}};
+    using Pair = std::pair<unsigned int, unsigned int>;
+    static constexpr Pair pairs[] = {{grey, grey},
+                                     {grey, rgb},
+                                     {grey, rgba},
+                                     {grey, bgra},
+                                     {grey, signed_grey},
+                                     {signed_grey, grey},
+                                     {signed_grey, signed_grey},
+                                     {grey16, grey},
+                                     {grey16, grey16},
+                                     {grey16, rgb},
+                                     {signed_grey16, grey},
+                                     {rgb, grey},
+                                     {rgb, rgb},
+                                     {rgb, rgba},
+                                     {rgb, signed_grey},
+                                     {rgba, rgba}};
     if (source < first_mosaic)
         return pairs[in.below(16)];
     unsigned int const targets[] = {rgb, rgb, grey, grey16, rgb, source};
@@ -612,8 +570,11 @@ fuzz::Size pick_size(Input& in, fuzz::Size source, bool field)
 
 Outcome run(Input in, unsigned int repetition)
 {
-    unsigned int const operation = in.below(28);
-    auto const [source_type, target_type] = pick_types(in, operation >= 18);
+    // Five times as many of either kind of conversion.
+    unsigned int const choice = in.below(first_conversion + 10);
+    unsigned int const operation =
+        choice < first_conversion ? choice : first_conversion + (choice - first_conversion) / 5;
+    auto const [source_type, target_type] = pick_types(in, operation >= first_conversion);
     fuzz::Size const size = in.size();
     fuzz::Size const target_size = pick_size(in, size, operation == 4);
 
@@ -638,12 +599,12 @@ Outcome run(Input in, unsigned int repetition)
     }
 
     Digest digest;
-    Run now{in, src, dst, digest};
-    Reach reach = nothing;
-    std::uint32_t const old_width = dst.image->width;
-    std::uint32_t const old_height = dst.image->height;
+    Run now{in, src, dst, digest, apart};
+    Reach reach = 0;
+    fuzz::Size const old_size{dst.image->width, dst.image->height};
     try {
-        reach = operate(now, operation);
+        operations[operation].call(now);
+        reach = operations[operation].reach(now);
     } catch (std::string const& failure) {
         outcome.failure = failure;
     } catch (char const* failure) {
@@ -662,12 +623,13 @@ Outcome run(Input in, unsigned int repetition)
     }
     if (apart) {
         require(src.untouched_from(0), "the source was written to");
-        require(reach != nothing || source_type == target_type || dst.untouched_from(0),
+        require(reach != 0 || source_type == target_type || dst.untouched_from(0),
                 "a failure or a measurement writes to the destination");
-        require(reach == nothing || dst.untouched_from(reach), "written further than told");
+        require(reach == 0 || dst.untouched_from(reach), "written further than told");
     }
     if (operation != 7 && operation != 15 && operation != 16 && operation != 1)
-        require(dst.image->width == old_width && dst.image->height == old_height, "the destination's size changes");
+        require(dst.image->width == old_size.width && dst.image->height == old_size.height,
+                "the destination's size changes");
     return outcome;
 }
 

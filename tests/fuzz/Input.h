@@ -1,6 +1,8 @@
 // Reads choices and numbers out of a fuzzer's bytes, and keeps buffers between zones that nothing may touch.
 #pragma once
 
+#include "../Digest.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -105,8 +107,8 @@ public:
         return (static_cast<double>(word()) - 2147483648.0) / 65536.0 / (1 + below(7));
     }
     /// One of the words, or up to fifteen bytes of junk.
-    template <std::size_t count>
-    std::string text(std::array<char const*, count> const& words)
+    template <unsigned int count>
+    std::string text(char const* const (&words)[count])
     {
         unsigned int const choice = below(count + 2);
         if (choice < count)
@@ -122,26 +124,7 @@ private:
     std::size_t size_;
 };
 
-/// Folds everything that a run gives back, besides its buffers, into one number.
-class Digest
-{
-public:
-    void add(void const* bytes, std::size_t size)
-    {
-        for (std::size_t i = 0; i < size; ++i)
-            value_ = (value_ ^ static_cast<std::uint8_t const*>(bytes)[i]) * 0x100000001b3U;
-    }
-    void add(std::string const& text) { add(text.data(), text.size()); }
-    template <class T>
-    void add_value(T value)
-    {
-        add(&value, sizeof value);
-    }
-    std::uint64_t value() const { return value_; }
-
-private:
-    std::uint64_t value_ = 0xcbf29ce484222325U;
-};
+using test::Digest;
 
 /// More than 36 KiB of bytes that look random, the same at each call.
 inline std::uint8_t const* noise()
@@ -173,7 +156,7 @@ public:
         open(true);
         std::memcpy(data(), noise(seed), size);
     }
-    Fenced(Fenced&& other) noexcept : block_(std::move(other.block_)), size_(other.size_), begin_(other.begin_) {}
+    Fenced(Fenced&&) noexcept = default;
     Fenced& operator=(Fenced&&) = delete;
     ~Fenced()
     {

@@ -83,6 +83,8 @@ private:
     std::vector<Buffer> buffers_;
 };
 
+using Kernel = void (*)(Run&);
+
 struct SignedSize {
     int width, height;
 };
@@ -378,22 +380,16 @@ void run_row_phase(Run& run)
 template <class Metric, class S, class D>
 void run_distance(Run& run)
 {
-    switch (run.in.below(4)) {
-    case 0:
-        return run_scan<Metric, S, D>(run);
-    case 1:
-        return run_row_phase<Metric, D>(run);
-    default:
-        return run_front_end<Metric, S, D>(run);
-    }
+    static constexpr Kernel parts[] = {run_scan<Metric, S, D>, run_row_phase<Metric, D>, run_front_end<Metric, S, D>,
+                                       run_front_end<Metric, S, D>};
+    parts[run.in.below(4)](run);
 }
 
 template <class Metric>
 void run_distances(Run& run)
 {
-    static constexpr void (*transforms[])(Run&) = {run_distance<Metric, Byte, Byte>, run_distance<Metric, Byte, Short>,
-                                                   run_distance<Metric, Short, Byte>,
-                                                   run_distance<Metric, Short, Short>};
+    static constexpr Kernel transforms[] = {run_distance<Metric, Byte, Byte>, run_distance<Metric, Byte, Short>,
+                                            run_distance<Metric, Short, Byte>, run_distance<Metric, Short, Short>};
     transforms[run.in.below(4)](run);
 }
 
@@ -474,28 +470,28 @@ void run_sites(Run& run)
 
 Run run_kernel(Input input, unsigned int repetition)
 {
-    static constexpr void (*kernels[])(Run&) = {run_gradient,
-                                                run_gradient,
-                                                run_corners,
-                                                run_corners,
-                                                run_hessian,
-                                                run_integral<unsigned int, Byte>,
-                                                run_integral<unsigned int, Short>,
-                                                run_integral<unsigned long, Byte>,
-                                                run_integral<unsigned long, Short>,
-                                                run_integral<float, Byte>,
-                                                run_integral<float, Short>,
-                                                run_integral<double, Byte>,
-                                                run_integral<double, Short>,
-                                                run_distances<Euclidean>,
-                                                run_distances<Euclidean>,
-                                                run_distances<Manhattan>,
-                                                run_distances<Manhattan>,
-                                                run_distances<ChessBoard>,
-                                                run_distances<ChessBoard>,
-                                                run_plain_decoder,
-                                                run_plain_decoder,
-                                                run_sites};
+    static constexpr Kernel kernels[] = {run_gradient,
+                                         run_gradient,
+                                         run_corners,
+                                         run_corners,
+                                         run_hessian,
+                                         run_integral<unsigned int, Byte>,
+                                         run_integral<unsigned int, Short>,
+                                         run_integral<unsigned long, Byte>,
+                                         run_integral<unsigned long, Short>,
+                                         run_integral<float, Byte>,
+                                         run_integral<float, Short>,
+                                         run_integral<double, Byte>,
+                                         run_integral<double, Short>,
+                                         run_distances<Euclidean>,
+                                         run_distances<Euclidean>,
+                                         run_distances<Manhattan>,
+                                         run_distances<Manhattan>,
+                                         run_distances<ChessBoard>,
+                                         run_distances<ChessBoard>,
+                                         run_plain_decoder,
+                                         run_plain_decoder,
+                                         run_sites};
     Run run(input, repetition);
     kernels[run.in.below(std::size(kernels))](run);
     run.check();
