@@ -24,7 +24,6 @@ namespace
 
 using namespace rastel;
 using Byte = unsigned char;
-using Bytes = std::vector<Byte>;
 
 /// Standard output that allocates nothing and remembers whether a band told of a failure.
 class Told : public std::streambuf
@@ -49,21 +48,16 @@ private:
     std::atomic<bool> told_{false};
 };
 
-void add(Bytes& bytes, void const* more, std::size_t size)
-{
-    auto const* const first = static_cast<Byte const*>(more);
-    bytes.insert(bytes.end(), first, first + size);
-}
+std::string bytes_of(void const* first, std::size_t size) { return {static_cast<char const*>(first), size}; }
 template <class T>
-void add(Bytes& bytes, std::vector<T> const& more)
+std::string bytes_of(std::vector<T> const& values)
 {
-    add(bytes, more.data(), more.size() * sizeof(T));
+    return bytes_of(values.data(), values.size() * sizeof(T));
 }
-void add(Bytes& bytes, Rastel const& image)
+std::string bytes_of(Rastel const& image)
 {
-    add(bytes, &image.width, sizeof image.width);
-    add(bytes, &image.height, sizeof image.height);
-    add(bytes, image.buffer->get(), image.buffer->Room());
+    return std::to_string(image.width) + " x " + std::to_string(image.height) +
+           bytes_of(image.buffer->get(), image.buffer->Room());
 }
 
 /// True if the image's members agree with each other.
@@ -87,14 +81,7 @@ struct Images {
         }
         dst.properties.put("CONVERSION FLAGS", "NEAREST");
     }
-    Bytes state() const
-    {
-        Bytes bytes;
-        add(bytes, src);
-        add(bytes, dst);
-        add(bytes, results);
-        return bytes;
-    }
+    std::string state() const { return bytes_of(src) + bytes_of(dst) + bytes_of(results); }
     bool sound() const
     {
         auto const flags = dst.properties.template get<std::string>("CONVERSION FLAGS", "");
@@ -133,7 +120,7 @@ void check(Make const& make, Call const& call, Failing failing = Failing::change
             long const held = faults::held_blocks();
             {
                 auto objects = make();
-                Bytes const before = objects.state();
+                std::string const before = objects.state();
                 bool thrown = false;
                 faults::begin(faults::Kind::allocation, n, lasting);
                 try {
@@ -200,11 +187,8 @@ void check_conversion(Flags const& flags)
     ASSERT_NO_FATAL_FAILURE((check_sizes<S, D>(convert, Failing::may_write)));
 }
 
-template <class... D>
-struct To {
-};
 template <class S, class... D>
-void check_conversions(To<D...>, Flags const& flags)
+void check_conversions(Flags const& flags)
 {
     (check_conversion<S, D>(flags), ...);
 }
@@ -218,12 +202,12 @@ TEST(MemoryRunsOut, InConversions)
 {
     Flags const flags{&NEAREST, &ALPHA_CHANNEL_KEEP_DEST, &ALPHA_CHANNEL_COLOR_KEY,
                       &COLOR_CHANNELS_STANDARD_COEFFICIENTS, &COLOR_CHANNEL_G};
-    check_conversions<Byte>(To<Byte, RGB, RGBA, TBGRA<Byte>, signed char>(), flags);
-    check_conversions<signed char>(To<Byte>(), flags);
-    check_conversions<unsigned short>(To<Byte, unsigned short, RGB>(), flags);
-    check_conversions<short>(To<Byte, short>(), flags);
-    check_conversions<RGB>(To<Byte, RGB, RGBA, signed char>(), flags);
-    check_conversions<RGBA>(To<RGBA>(), flags);
+    check_conversions<Byte, Byte, RGB, RGBA, TBGRA<Byte>, signed char>(flags);
+    check_conversions<signed char, Byte>(flags);
+    check_conversions<unsigned short, Byte, unsigned short, RGB>(flags);
+    check_conversions<short, Byte, short>(flags);
+    check_conversions<RGB, Byte, RGB, RGBA, signed char>(flags);
+    check_conversions<RGBA, RGBA>(flags);
     EXPECT_GT(failures, 5000) << "the library allocates elsewhere";
 }
 
@@ -232,9 +216,9 @@ TEST(MemoryRunsOut, InDecoders)
     Flags const grey{&BAYER_DECODING_DOWNSAMPLE_2X};
     Flags const colour{&BAYER_DECODING_NEAREST, &BAYER_DECODING_EDGE_SENSE, &BAYER_DECODING_GRADIENT,
                        &BAYER_DECODING_ADAPTIVE, &BAYER_DECODING_DOWNSAMPLE_2X};
-    check_conversions<Mosaic8>(To<RGB>(), colour);
-    check_conversions<Mosaic8>(To<Byte, unsigned short, Mosaic8>(), grey);
-    check_conversions<Mosaic16>(To<RGB, Byte, unsigned short, Mosaic16>(), grey);
+    check_conversions<Mosaic8, RGB>(colour);
+    check_conversions<Mosaic8, Byte, unsigned short, Mosaic8>(grey);
+    check_conversions<Mosaic16, RGB, Byte, unsigned short, Mosaic16>(grey);
 }
 
 template <class T>
@@ -284,30 +268,26 @@ void check_operations()
     EXPECT_GT(released, 0);
 }
 
+template <class... T>
+void check_operations_of()
+{
+    (check_operations<T>(), ...);
+}
+
 TEST(MemoryRunsOut, InWholeImageOperations)
 {
-    check_operations<Byte>();
-    check_operations<short>();
-    check_operations<unsigned short>();
-    check_operations<RGB>();
-    check_operations<RGBA>();
-    check_operations<Mosaic8>();
-    check_operations<Mosaic16>();
+    check_operations_of<Byte, short, unsigned short, RGB, RGBA, Mosaic8, Mosaic16>();
 }
 
 struct FlagSet {
-    Bytes state() const
-    {
-        std::string const text = set.to_string();
-        return {text.begin(), text.end()};
-    }
+    std::string state() const { return set.to_string(); }
     static bool sound() { return true; }
-    RastelFlagSet set;
+    RastelFlagSet set = NEAREST;
 };
 
 TEST(MemoryRunsOut, InFlagSets)
 {
-    auto const make = [] { return FlagSet{RastelFlagSet(NEAREST)}; };
+    auto const make = [] { return FlagSet(); };
     check(make, [](FlagSet& flags) { flags.set.set(BAYER_DECODING_SIMPLE); });
     check(make, [](FlagSet& flags) { flags.set = RastelFlagSet(" NEAREST | BAYER_DECODING_DOWNSAMPLE_2X | #3 "); });
     check(make, [](FlagSet& flags) { flags.set = RastelFlagSet(flags.set.to_string() + "|COLOR_CHANNEL_R"); });
@@ -320,15 +300,13 @@ struct Table {
         if (built)
             image.Build(src.data(), 8, 6, true);
     }
-    Bytes state() const
+    std::string state() const
     {
-        Bytes bytes(reinterpret_cast<Byte const*>(&image.width), reinterpret_cast<Byte const*>(&image.width + 1));
-        add(bytes, image.data, sizeof(T) * image.width * image.height);
-        return bytes;
+        return std::to_string(image.width) + bytes_of(image.data, sizeof(T) * image.width * image.height);
     }
     bool sound() const { return (image.data != nullptr) == (image.width != 0 && image.height != 0); }
 
-    Bytes src = test::random_values<Byte>(12 * 10, 3);
+    std::vector<Byte> src = test::random_values<Byte>(12 * 10, 3);
     IntegralImage<T> image;
 };
 
@@ -357,12 +335,7 @@ TEST(MemoryRunsOut, InTables)
 
 template <class D>
 struct Raster {
-    Bytes state() const
-    {
-        Bytes bytes;
-        add(bytes, out);
-        return bytes;
-    }
+    std::string state() const { return bytes_of(out); }
     static bool sound() { return true; }
 
     std::vector<signed char> gx = test::random_values<signed char>(30 * 21, 1);
@@ -391,7 +364,7 @@ TEST(MemoryRunsOut, InPlainDecoders)
     check([] { return Images<Byte, RGB>(1, 1, 14, 14); },
           [](Images<Byte, RGB>& images) {
               auto* const memory = reinterpret_cast<Byte*>(images.dst.data());
-              Bytes const own = test::random_values<Byte>(14 * 14, 5);
+              auto const own = test::random_values<Byte>(14 * 14, 5);
               std::copy(own.begin(), own.end(), memory + 100);
               Bayer_to_RGB8_kimmel(memory + 100, memory, 14, 14, 0);
           },
