@@ -17,14 +17,26 @@ using Patterns8 = ::testing::Types<rastel::TBGGR<unsigned char>, rastel::TRGGB<u
                                    rastel::TGBRG<unsigned char>, rastel::TGRBG<unsigned char>>;
 using Patterns = MosaicPatterns<::testing::Types>;
 
-inline char const* cell_of(rastel::TBGGR<unsigned char>) { return "BGGR"; }
-inline char const* cell_of(rastel::TRGGB<unsigned char>) { return "RGGB"; }
-inline char const* cell_of(rastel::TGBRG<unsigned char>) { return "GBRG"; }
-inline char const* cell_of(rastel::TGRBG<unsigned char>) { return "GRBG"; }
-inline char const* cell_of(rastel::TBGGR<unsigned short>) { return "BGGR"; }
-inline char const* cell_of(rastel::TRGGB<unsigned short>) { return "RGGB"; }
-inline char const* cell_of(rastel::TGBRG<unsigned short>) { return "GBRG"; }
-inline char const* cell_of(rastel::TGRBG<unsigned short>) { return "GRBG"; }
+template <class T>
+char const* cell_of(rastel::TBGGR<T>)
+{
+    return "BGGR";
+}
+template <class T>
+char const* cell_of(rastel::TRGGB<T>)
+{
+    return "RGGB";
+}
+template <class T>
+char const* cell_of(rastel::TGBRG<T>)
+{
+    return "GBRG";
+}
+template <class T>
+char const* cell_of(rastel::TGRBG<T>)
+{
+    return "GRBG";
+}
 
 /// 'R', 'G' or 'B'.
 template <class P>
@@ -35,14 +47,6 @@ char colour_at(std::size_t y, std::size_t x)
 
 template <class P>
 using Raw = rastel::TImage<rastel::Bayer<P>>;
-
-template <class P>
-Raw<P> uniform_mosaic(unsigned width, unsigned height, unsigned value)
-{
-    Raw<P> raw(width, height);
-    std::fill_n(raw.data(), raw.pixels, rastel::Bayer<P>{static_cast<typename P::Sample>(value)});
-    return raw;
-}
 
 /// By the seed: noise, noise of a few levels (in which rules that compare meet ties), or of black and white alone.
 template <class P>
@@ -59,10 +63,13 @@ Raw<P> random_mosaic(unsigned width, unsigned height, unsigned seed)
 /// Band counts that give several rows, one cell or nothing to a band.
 constexpr unsigned band_counts[] = {1, 2, 3, 5, 16, 64};
 
+template <class P, class D = rastel::TRGB<unsigned char>>
+using Decoder = rastel::TImage<D>& (*)(rastel::TImage<D>&, Raw<P> const&, std::uint32_t, std::uint32_t);
+
 /// Runs a band decoder over a dirty image, the bands one by one in random order.
 template <class D, class P>
 rastel::TImage<D> decode(rastel::TImage<D>& (*decoder)(rastel::TImage<D>&, Raw<P> const&, std::uint32_t, std::uint32_t),
-                         Raw<P> const& raw, unsigned bands, unsigned divisor = 1)
+                         Raw<P> const& raw, unsigned bands = 1, unsigned divisor = 1)
 {
     auto dst = dirty_image<D>(raw.width / divisor, raw.height / divisor);
     std::vector<unsigned> order(bands);
