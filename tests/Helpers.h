@@ -59,8 +59,9 @@ template <class T>
 {
     for (std::size_t i = 0; i < width * height; ++i)
         if (std::memcmp(actual + i, expected + i, sizeof(T)) != 0)
-            return ::testing::AssertionFailure() << "at x " << i % width << ", y " << i / width << ": " << +actual[i]
-                                                 << " instead of " << +expected[i];
+            return ::testing::AssertionFailure()
+                   << "at x " << i % width << ", y " << i / width << ": " << ::testing::PrintToString(actual[i])
+                   << " instead of " << ::testing::PrintToString(expected[i]);
     return ::testing::AssertionSuccess();
 }
 

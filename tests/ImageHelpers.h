@@ -5,10 +5,13 @@
 #include "Helpers.h"
 #include "PixelTypes.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <ostream>
+#include <string>
+#include <typeinfo>
 #include <vector>
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -57,8 +60,7 @@ template <class T>
 void dirty(rastel::TImage<T>& image, unsigned seed = 77)
 {
     auto const noise = random_values<unsigned char>(image.buffer->Room(), seed);
-    if (!noise.empty())
-        std::memcpy(image.buffer->get(), noise.data(), noise.size());
+    std::copy(noise.begin(), noise.end(), static_cast<unsigned char*>(image.buffer->get()));
 }
 
 /// Noise in the pixels; the guard area stays zero.
@@ -67,8 +69,7 @@ rastel::TImage<T> random_image(unsigned int width, unsigned int height, unsigned
 {
     rastel::TImage<T> image(width, height);
     auto const noise = random_values<unsigned char>(image.buffer->Size(), seed);
-    if (!noise.empty())
-        std::memcpy(image.buffer->get(), noise.data(), noise.size());
+    std::copy(noise.begin(), noise.end(), static_cast<unsigned char*>(image.buffer->get()));
     return image;
 }
 
@@ -110,14 +111,29 @@ template <class T>
     if (actual.width != expected.width || actual.height != expected.height)
         return ::testing::AssertionFailure()
                << Size{actual.width, actual.height} << " instead of " << Size{expected.width, expected.height};
-    T const* const a = actual.data();
-    T const* const e = expected.data();
-    for (std::size_t i = 0; i < actual.pixels; ++i)
-        if (std::memcmp(a + i, e + i, sizeof(T)) != 0)
-            return ::testing::AssertionFailure()
-                   << "at x " << i % actual.width << ", y " << i / actual.width << ": "
-                   << ::testing::PrintToString(a[i]) << " instead of " << ::testing::PrintToString(e[i]);
-    return ::testing::AssertionSuccess();
+    return same_raster(actual.data(), expected.data(), actual.width, actual.height);
+}
+
+/// What a call writes to the standard output.
+template <class Call>
+std::string printed_by(Call const& call)
+{
+    ::testing::internal::CaptureStdout();
+    call();
+    return ::testing::internal::GetCapturedStdout();
+}
+
+/// The text of a failure of exactly this type.
+template <class Failure, class Call>
+std::string failure_of(Call const& call)
+{
+    try {
+        call();
+    } catch (Failure const& failure) {
+        EXPECT_EQ(typeid(failure), typeid(Failure));
+        return failure.what();
+    }
+    return "no failure";
 }
 
 /// A dirty image over memory of exactly `room` bytes, between zones that must not change. Under the address sanitizer
@@ -180,12 +196,7 @@ public:
     T* operator[](long long index) { return has(index) ? &pixels_[static_cast<std::size_t>(index)] : nullptr; }
     ::testing::AssertionResult stands_in(rastel::TImage<T> const& image) const
     {
-        for (std::size_t i = 0; i < pixels_.size(); ++i)
-            if (std::memcmp(&pixels_[i], image.data() + i, sizeof(T)) != 0)
-                return ::testing::AssertionFailure()
-                       << "element " << i << " is " << testing::PrintToString(image.data()[i]) << " instead of "
-                       << testing::PrintToString(pixels_[i]);
-        return ::testing::AssertionSuccess();
+        return same_raster(image.data(), pixels_.data(), pixels_.size(), 1);
     }
 
 private:

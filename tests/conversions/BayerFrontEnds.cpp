@@ -1,6 +1,7 @@
 // From a mosaic to a decoder: flags, sizes, the range of samples, failures on bands, and images that don't fit.
 #include "BayerHelpers.h"
 
+#include <rastel/conversions/Parallelize.h>
 #include <rastel/conversions/TypedConversions.h>
 #include <rastel/operations/BasicOperations.h>
 
@@ -10,8 +11,6 @@
 
 using namespace rastel;
 using namespace test;
-using ::testing::internal::CaptureStdout;
-using ::testing::internal::GetCapturedStdout;
 
 namespace
 {
@@ -123,17 +122,12 @@ TYPED_TEST(BayerFrontEnd, AMosaicToItself)
     auto other = dirty_image<Bayer<P>>(5, 7);
     auto const before = other;
     Raw<P> empty(0, 5);
-    CaptureStdout();
-    EXPECT_TRUE(same_pixels(raw >> same, raw));
-    EXPECT_EQ(&(raw >> empty), &empty);
-    EXPECT_EQ(GetCapturedStdout(), "");
-    CaptureStdout();
-    EXPECT_TRUE(same_pixels(raw >> other, before));
-    EXPECT_EQ(GetCapturedStdout(), "[EE] rastel::TImage<D>& operator>>: RastelBayer resampling is still unsupported\n"
-                                   "[WW] rastel::TImage<D>& operator>>: src == dst!\n");
-    CaptureStdout();
-    EXPECT_EQ(&(same >> same), &same);
-    EXPECT_EQ(GetCapturedStdout(), "[WW] rastel::TImage<D>& operator>>: src == dst!\n");
+    std::string const unchanged = "[WW] rastel::TImage<D>& operator>>: src == dst!\n";
+    EXPECT_EQ(printed_by([&] { EXPECT_TRUE(same_pixels(raw >> same, raw)); }), "");
+    EXPECT_EQ(printed_by([&] { EXPECT_EQ(&(raw >> empty), &empty); }), "");
+    EXPECT_EQ(printed_by([&] { EXPECT_TRUE(same_pixels(raw >> other, before)); }),
+              "[EE] rastel::TImage<D>& operator>>: RastelBayer resampling is still unsupported\n" + unchanged);
+    EXPECT_EQ(printed_by([&] { EXPECT_EQ(&(same >> same), &same); }), unchanged);
 }
 
 TYPED_TEST(BayerFrontEnd, ABandAloneWritesItsRowsOfTheWholeAndNothingElse)
@@ -205,57 +199,45 @@ TYPED_TEST(BayerFrontEnd, SharedMemoryGivesTheSamePicture)
     EXPECT_TRUE(same_pixels(Bayer_to_RGB8(src, dst), decode(Bayer_to_RGB8_simple<P>, raw)));
 }
 
-TEST(BayerFailures, UnfinishedDecodersLogAndThrowAndTouchNothing)
+template <class P>
+void expect_unfinished()
 {
-    using P = TGBRG<unsigned short>;
-    auto const raw = random_mosaic<P>(8, 8, 3);
-    std::pair<Decoder<P>, std::string> const decoders[] = {{Bayer_to_RGB8_edge_sense, "edge_sense"},
-                                                           {Bayer_to_RGB8_gradient, "gradient"},
-                                                           {Bayer_to_RGB8_adaptive, "adaptive"},
-                                                           {Bayer_to_RGB8_kimmel, "kimmel"}};
+    auto const raw = random_mosaic<P>(8, 64, 3);
+    std::string const location = "[EE] rastel::RastelRGB8& ",
+                      reason = std::string("<") + cell_of(P()) + "16>() : Unimplemented yet";
+    std::pair<Decoder<P>, std::string> const decoders[] = {{Bayer_to_RGB8_edge_sense, "Bayer_to_RGB8_edge_sense"},
+                                                           {Bayer_to_RGB8_gradient, "Bayer_to_RGB8_gradient"},
+                                                           {Bayer_to_RGB8_adaptive, "Bayer_to_RGB8_adaptive"},
+                                                           {Bayer_to_RGB8_kimmel, "Bayer_to_RGB8_kimmel"}};
     for (auto const& [decoder, name] : decoders) {
-        auto dst = dirty_image<RGB>(8, 8);
-        std::string const text = "Bayer_to_RGB8_" + name + "<GBRG16>() : Unimplemented yet";
-        CaptureStdout();
-        try {
-            decoder(dst, raw, 1, 2);
-            ADD_FAILURE() << text;
-        } catch (std::runtime_error const& failure) {
-            EXPECT_EQ(failure.what(), text);
-        }
-        EXPECT_EQ(GetCapturedStdout(), "[EE] rastel::RastelRGB8& Bayer_to_RGB8_" + name + ": " + text + "\n");
-        EXPECT_TRUE(same_pixels(dst, dirty_image<RGB>(8, 8)));
+        auto dst = dirty_image<RGB>(8, 64);
+        std::string const line = printed_by([&, &decode = decoder, &text = name] {
+            EXPECT_EQ(failure_of<rastel::impl::logged_error>([&] { decode(dst, raw, 1, 2); }), text + reason);
+        });
+        EXPECT_EQ(line, location + name + ": " + name + reason + "\n");
+        EXPECT_TRUE(same_pixels(dst, dirty_image<RGB>(8, 64)));
     }
+    auto dst = flagged(RastelRGB8(8, 64), "BAYER_DECODING_KIMMEL"); // where the failure ends on its band's thread
+    std::string const lines = printed_by([&] { Bayer_to_RGB8(raw, dst); });
+    std::string const name = "Bayer_to_RGB8_adaptive";
+    EXPECT_EQ(lines.substr(0, lines.find('\n')), location + name + ": " + name + reason);
+    EXPECT_EQ(printed_by([&] { Bayer_to_RGB8(raw, *std::make_unique<RastelRGB8>(8, 64)); }), "");
 }
 
-/// What the flag logs first for a 16-bit mosaic.
-template <class T>
-std::string first_line(std::string const& flag)
+TEST(BayerFailures, UnfinishedDecodersLogAndThrowAndTouchNothing)
 {
-    TImage<Bayer<T>> const raw(8, 64);
-    auto dst = flagged(RastelRGB8(8, 64), flag);
-    CaptureStdout();
-    Bayer_to_RGB8(raw, dst);
-    std::string const lines = GetCapturedStdout();
-    return lines.substr(0, lines.find('\n'));
+    expect_unfinished<TBGGR<unsigned short>>();
+    expect_unfinished<TRGGB<unsigned short>>();
+    expect_unfinished<TGBRG<unsigned short>>();
+    expect_unfinished<TGRBG<unsigned short>>();
 }
 
 TEST(BayerFailures, EndOnTheirBandsThreads)
 {
-    std::string const start = "[EE] rastel::RastelRGB8& Bayer_to_RGB8_adaptive: Bayer_to_RGB8_adaptive<";
-    std::string const flag = "BAYER_DECODING_KIMMEL";
-    EXPECT_EQ(first_line<TBGGR<unsigned short>>(flag), start + "BGGR16>() : Unimplemented yet");
-    EXPECT_EQ(first_line<TRGGB<unsigned short>>(flag), start + "RGGB16>() : Unimplemented yet");
-    EXPECT_EQ(first_line<TGBRG<unsigned short>>(flag), start + "GBRG16>() : Unimplemented yet");
-    EXPECT_EQ(first_line<TGRBG<unsigned short>>(flag), start + "GRBG16>() : Unimplemented yet");
-    EXPECT_EQ(first_line<TGRBG<unsigned short>>(""), "");
-
     TImage<Bayer<TGRBG<unsigned char>>> raw(8, 64);
     raw.properties.put("MAX", "bright");
     auto dst = dirty_image<RGB>(8, 64);
-    CaptureStdout();
-    Bayer_to_RGB8(raw, dst);
-    EXPECT_EQ(GetCapturedStdout().find("[EE] Parallelize: bad lexical cast"), 0u);
+    EXPECT_EQ(printed_by([&] { Bayer_to_RGB8(raw, dst); }).find("[EE] Parallelize: bad lexical cast"), 0u);
     EXPECT_TRUE(same_pixels(dst, dirty_image<RGB>(8, 64)));
 }
 
