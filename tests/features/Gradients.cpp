@@ -1,108 +1,149 @@
+// The kernels that walk over 3x3 neighbourhoods, gradients and the Hessian, against their rules told one element after
+// the other.
 #include <Helpers.h>
 #include <algorithm>
-#include <array>
+#include <rastel/features/Corners.h>
 #include <rastel/features/Gradients.h>
 
 namespace
 {
 
-using Kernel = void(signed char*, signed char*, unsigned char const*, int, int);
-using Rule = int (*)(unsigned char const*, int);
+using Byte = unsigned char;
+using Signed = signed char;
 
-int central_x(unsigned char const* p, int) { return (p[1] - p[-1]) / 2; }
-int central_y(unsigned char const* p, int w) { return (p[w] - p[-w]) / 2; }
-int sobel(unsigned char const* p, int along, int across)
+/// Where a kernel's outputs, then its inputs begin.
+using Places = std::vector<Byte*>;
+
+struct Kernel {
+    char const* name;
+    std::size_t rasters;
+    void (*fast)(Places const& at, int w, int h);
+    void (*slow)(Places const& at, int w, int h);
+};
+
+/// All elements in order, with a running position as the kernels have it. The rule gets -1 for a pixel of the border.
+template <class Rule>
+void walk(int w, int h, Rule rule)
+{
+    std::size_t position = 0;
+    auto const border = [&](int count) {
+        for (int i = 0; i < count; ++i)
+            rule(position++, -1);
+    };
+    border(w);
+    for (int y = 1; y < h - 1; ++y) {
+        border(1);
+        for (int x = 1; x < w - 1; ++x)
+            rule(position++, y * w + x);
+        border(1);
+    }
+    border(w);
+}
+
+template <class T>
+int sobel(T const* p, int along, int across)
 {
     int sum = 0;
     for (int i = -1; i <= 1; ++i)
         sum += (i == 0 ? 2 : 1) * (p[i * across + along] - p[i * across - along]);
-    return sum >> 3;
+    return sum;
 }
 
-struct Gradient {
-    char const* name;
-    Kernel* kernel;
-    Rule dx, dy;
-};
-Gradient const gradients[] = {{"central", ll_grey_DerivativeGradient, central_x, central_y},
-                              {"Sobel", ll_grey_SobelGradient,
-                               [](unsigned char const* p, int w) { return sobel(p, 1, w); },
-                               [](unsigned char const* p, int w) { return sobel(p, w, 1); }}};
-
-/// The whole walk, one element after the other, with a running position.
-void slow(Gradient const& gradient, signed char* dx, signed char* dy, unsigned char const* src, int w, int h)
+template <class Rule>
+void slow_gradient(Places const& at, int w, int h, Rule rule)
 {
-    auto const zeros = [&](int count) {
-        dx = std::fill_n(dx, count, static_cast<signed char>(0));
-        dy = std::fill_n(dy, count, static_cast<signed char>(0));
-    };
-    zeros(w);
-    for (int y = 1; y < h - 1; ++y) {
-        zeros(1);
-        for (int x = 1; x < w - 1; ++x) {
-            *dx++ = static_cast<signed char>(gradient.dx(src + y * w + x, w));
-            *dy++ = static_cast<signed char>(gradient.dy(src + y * w + x, w));
+    walk(w, h, [&](std::size_t i, int p) {
+        at[0][i] = static_cast<Byte>(p < 0 ? 0 : rule(at[2] + p, 1, w));
+        at[1][i] = static_cast<Byte>(p < 0 ? 0 : rule(at[2] + p, w, 1));
+    });
+}
+
+template <bool with_derivatives>
+void slow_hessian(Places const& at, int w, int h)
+{
+    auto const* const gx = reinterpret_cast<Signed const*>(*(at.end() - 2));
+    auto const* const gy = reinterpret_cast<Signed const*>(*(at.end() - 1));
+    walk(w, h, [&](std::size_t i, int p) {
+        int const xx = p < 0 ? 0 : sobel(gx + p, 1, w);
+        int const xy = p < 0 ? 0 : sobel(gy + p, 1, w);
+        int const yy = p < 0 ? 0 : sobel(gy + p, w, 1);
+        reinterpret_cast<int*>(at[0])[i] = xx * yy - xy * xy;
+        if (with_derivatives) {
+            at[1][i] = static_cast<Byte>(xx >> 3);
+            at[2][i] = static_cast<Byte>(xy >> 3);
+            at[3][i] = static_cast<Byte>(yy >> 3);
         }
-        zeros(1);
-    }
-    zeros(w);
+    });
 }
 
-TEST(Gradients, RoundAndReachTheirExtremes)
+Signed* s(Byte* bytes) { return reinterpret_cast<Signed*>(bytes); }
+
+Kernel const central{
+    "central", 3, [](Places const& at, int w, int h) { ll_grey_DerivativeGradient(s(at[0]), s(at[1]), at[2], w, h); },
+    [](Places const& at, int w, int h) {
+        slow_gradient(at, w, h, [](Byte const* p, int along, int) { return (p[along] - p[-along]) / 2; });
+    }};
+Kernel const sobel_gradient{
+    "Sobel", 3, [](Places const& at, int w, int h) { ll_grey_SobelGradient(s(at[0]), s(at[1]), at[2], w, h); },
+    [](Places const& at, int w, int h) {
+        slow_gradient(at, w, h, [](Byte const* p, int along, int across) { return sobel(p, along, across) >> 3; });
+    }};
+Kernel const hessian{"Hessian", 6,
+                     [](Places const& at, int w, int h) {
+                         SobelHessianEx(reinterpret_cast<int*>(at[0]), s(at[1]), s(at[2]), s(at[3]), s(at[4]), s(at[5]),
+                                        w, h);
+                     },
+                     slow_hessian<true>};
+Kernel const determinant{
+    "determinant", 3,
+    [](Places const& at, int w, int h) { SobelHessianEx(reinterpret_cast<int*>(at[0]), s(at[1]), s(at[2]), w, h); },
+    slow_hessian<false>};
+
+/// Runs both forms over equal memory, in which the rasters lie at these bytes. Nothing else may change.
+void expect_rule(Kernel const& kernel, int w, int h, std::vector<int> const& offsets, std::size_t bytes)
 {
-    struct Case {
-        std::array<unsigned char, 9> src;
-        int central_dx, central_dy, sobel_dx, sobel_dy;
-    };
-    for (Case const& c :
-         {Case{{0, 0, 255, 0, 0, 255, 0, 0, 255}, 127, 0, 127, 0},
-          Case{{255, 255, 255, 9, 9, 9, 0, 0, 0}, 0, -127, 0, -128}, Case{{1, 0, 0, 0, 0, 0, 0, 0, 0}, 0, 0, -1, -1},
-          Case{{0, 4, 0, 3, 0, 0, 0, 1, 0}, -1, -1, -1, -1}}) {
-        int const expected[] = {c.central_dx, c.central_dy, c.sobel_dx, c.sobel_dy};
-        for (int i = 0; i < 2; ++i) {
-            test::Guarded<signed char> dx(9), dy(9);
-            gradients[i].kernel(dx.data(), dy.data(), c.src.data(), 3, 3);
-            std::vector<signed char> only_middle(9, 0);
-            only_middle[4] = static_cast<signed char>(expected[2 * i]);
-            EXPECT_EQ(dx.values(), only_middle) << gradients[i].name;
-            only_middle[4] = static_cast<signed char>(expected[2 * i + 1]);
-            EXPECT_EQ(dy.values(), only_middle) << gradients[i].name;
-        }
+    for (int const kind : {0, 1, 2}) { // noise, small steps, extremes
+        auto fast = test::random_values<Byte>(bytes, static_cast<unsigned>(w + h));
+        for (Byte& value : fast)
+            value = kind == 0 ? value : kind == 1 ? value % 4 : Byte{value % 2 == 0} * 127 + value / 2 % 2 * 128;
+        auto slow = fast;
+        auto const places = [&offsets](std::vector<Byte>& memory) {
+            Places at;
+            for (int const offset : offsets)
+                at.push_back(memory.data() + offset);
+            return at;
+        };
+        kernel.fast(places(fast), w, h);
+        kernel.slow(places(slow), w, h);
+        EXPECT_TRUE(test::same_raster(fast.data(), slow.data(), bytes, 1)) << kernel.name << " " << w << " x " << h;
     }
 }
 
-TEST(Gradients, FollowTheRuleAtEverySizeAndTouchNothingElse)
+TEST(Walks, FollowTheRuleAtEverySizeAndTouchNothingElse)
 {
-    for (Gradient const& gradient : gradients)
-        for (int const w : {0, 1, 2, 3, 4, 5, 17, 65, 66, 67, 131, 2050, 2113})
-            for (int const h : {0, 1, 2, 3, 4, 7}) {
-                SCOPED_TRACE(::testing::Message() << gradient.name << " " << w << " x " << h);
-                auto const src = test::random_values<unsigned char>(std::size_t(w * h), unsigned(w + h));
+    for (Kernel const& kernel : {central, sobel_gradient, hessian, determinant})
+        for (int const w : {0, 1, 2, 3, 4, 5, 17, 35, 65, 66, 67, 131, 515, 1030, 2050, 2113})
+            for (int const h : {0, 1, 2, 3, 4, 6, 7}) {
                 // As far as the walk goes: two rows at least, and two elements where a row has less.
-                auto const room = std::size_t(2 * w + std::max(w, 2) * std::max(h - 2, 0));
-                test::Guarded<signed char> dx(room, 1), dy(room, 2);
-                std::vector<signed char> slow_dx(room, 77), slow_dy(room, 77);
-                gradient.kernel(dx.data(), dy.data(), src.data(), w, h);
-                slow(gradient, slow_dx.data(), slow_dy.data(), src.data(), w, h);
-                EXPECT_EQ(dx.values(), slow_dx);
-                EXPECT_EQ(dy.values(), slow_dy);
-                EXPECT_TRUE(dx.guards_intact() && dy.guards_intact());
+                int const room = 2 * w + std::max(w, 2) * std::max(h - 2, 0);
+                std::vector<int> offsets;
+                for (std::size_t i = 0; i < kernel.rasters; ++i)
+                    offsets.push_back(256 + static_cast<int>(i) * (4 * room + 256));
+                expect_rule(kernel, w, h, offsets, 256 + kernel.rasters * static_cast<std::size_t>(4 * room + 256));
             }
 }
 
-TEST(Gradients, OverlappingRastersAreWrittenInOrder)
+TEST(Walks, OverlappingRastersAreWrittenInOrder)
 {
-    int const w = 150, h = 5;
-    auto const content = test::random_values<unsigned char>(4 * w * h, 5);
-    for (Gradient const& gradient : gradients)
-        for (int const dx : {w * h, w * h + 1, 2 * w * h - 1, 2 * w * h + w, 3 * w * h})
-            for (int const dy : {w * h, 2 * w * h, 3 * w * h}) {
-                auto fast = content, expected = content;
-                auto const bytes = [](auto& buffer) { return reinterpret_cast<signed char*>(buffer.data()); };
-                gradient.kernel(bytes(fast) + dx, bytes(fast) + dy, fast.data() + 2 * w * h - 70, w, h);
-                slow(gradient, bytes(expected) + dx, bytes(expected) + dy, expected.data() + 2 * w * h - 70, w, h);
-                EXPECT_EQ(fast, expected) << gradient.name << " dx " << dx << " dy " << dy;
-            }
+    for (Kernel const& kernel : {central, sobel_gradient})
+        for (int const dx : {750, 751, 1499, 1650, 2250})
+            for (int const dy : {750, 1500, 2250})
+                expect_rule(kernel, 150, 5, {dx, dy, 1430}, 3000);
+    for (int const shift : {-80, -1, 0, 1, 40}) {
+        int const response = 960, a = 1920, b = 2400, c = 2820; // of 40 x 6
+        expect_rule(hessian, 40, 6, {response, b + shift, a, c, a, b}, 7680);
+        expect_rule(determinant, 40, 6, {response, response + 200 - shift, a}, 7680); // which it overtakes
+    }
 }
 
 } // namespace
