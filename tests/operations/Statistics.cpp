@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <string>
 #include <typeinfo>
 
@@ -13,7 +14,6 @@ namespace
 
 using namespace rastel;
 using test::FencedImage;
-using test::image_of;
 using Mono8 = unsigned char;
 using RGB8 = TRGB<unsigned char>;
 using Means = std::vector<double>;
@@ -27,20 +27,21 @@ using MeasuredTypes = testing::Types<Mono8, signed char, unsigned short, RGB8, T
 TYPED_TEST_SUITE(Measured, MeasuredTypes);
 
 /// The samples of one type, and where those that a mean reads at a pixel lie, in samples.
-template <class T>
+template <class T, class S = T>
 struct Layout {
-    using Sample = T;
-    static std::vector<std::size_t> cell(std::size_t) { return {0}; }
-};
-template <class S>
-struct Layout<TRGB<S>> {
     using Sample = S;
-    static std::vector<std::size_t> cell(std::size_t) { return {0, 1, 2}; }
+    static std::vector<std::size_t> cell(std::size_t)
+    {
+        std::vector<std::size_t> places(sizeof(T) / sizeof(S));
+        std::iota(places.begin(), places.end(), 0);
+        return places;
+    }
 };
-template <class S>
-struct Layout<TRGBA<S>> {
-    using Sample = S;
-    static std::vector<std::size_t> cell(std::size_t) { return {0, 1, 2, 3}; }
+template <>
+struct Layout<RGB8> : Layout<RGB8, Mono8> {
+};
+template <>
+struct Layout<TRGBA<Mono8>> : Layout<TRGBA<Mono8>, Mono8> {
 };
 template <class P>
 struct Layout<Bayer<P>> {
@@ -114,56 +115,24 @@ TYPED_TEST(Measured, HistogramCountsIntoTheBinsThatExist)
             ASSERT_EQ(Histogram(static_cast<Rastel const&>(fenced.image), width, 9), expected) << width;
         }
     for (double const width : {0.0, 1e-300, std::numeric_limits<double>::denorm_min()})
-        try {
-            Histogram(TImage<TypeParam>(2, 2), width, 0);
-            FAIL();
-        } catch (std::length_error const& failure) {
-            EXPECT_STREQ(failure.what(), "vector::_M_default_append");
-        }
+        EXPECT_EQ(test::failure_of<std::length_error>([&] { Histogram(TImage<TypeParam>(2, 2), width, 0); }),
+                  "vector::_M_default_append");
     EXPECT_EQ(Histogram(TImage<TypeParam>(2, 2), -0.0, 0), Tables(tables));
 }
 
-TEST(Statistics, WorkedExamples)
+TEST(Statistics, SumsWrap)
 {
-    auto const grey = image_of<Mono8>(4, 1, {1, 2, 3, 4});
-    EXPECT_EQ(Mean(grey, 0, 1, 7, 0, 7), Means{2});
-    EXPECT_EQ(Mean(grey, 0, 2, 7, 0, 7), Means{2});
-    EXPECT_EQ(Mean(grey, 1, 1, 0, 1, 0), Means{1}); // 3, 4 and two of the black guard pixels
-    EXPECT_EQ(Mean(image_of<signed char>(2, 1, {-4, -6}), 0, 1, 0, 0, 0), Means{9223372036854775803.0});
-    EXPECT_EQ(Mean(image_of<RGB8>(1, 2, {{1, 2, 3}, {4, 6, 8}}), 0, 1, 0, 0, 0), (Means{2, 4, 5}));
-    EXPECT_EQ(Mean(image_of<Bayer<TRGGB<Mono8>>>(2, 2, {{1}, {2}, {3}, {4}}), 0, 4, 0, 0, 0), (Means{1, 2, 3, 4}));
-    EXPECT_EQ(Mean(RastelMono8(), 0, 1, 0, 0, 0), Means{0});
-    RastelMono8 white(300, 100);
-    Fill(white, 255);
-    EXPECT_EQ(Mean(white, 0, 1, 0, 0, 0), Means{255});
     RastelMono16 bright(70000, 1);
     Fill(bright, 65535);
     EXPECT_EQ(Mean(bright, 0, 1, 0, 0, 0), Means{4178}); // 70000 * 65535 modulo 2^32, over 70000
-
-    auto const table = Histogram(image_of<Mono8>(4, 1, {0, 0, 255, 255}), 1.0, 0);
-    ASSERT_EQ(table.size(), 1U);
-    EXPECT_EQ(table[0].size(), 257U);
-    EXPECT_EQ(table[0][0] + table[0][255], 4U);
-    EXPECT_EQ(Histogram(image_of<Mono8>(4, 1, {63, 64, 192, 255}), 64.0, 0), (Tables{{1, 1, 0, 2, 0}}));
-    EXPECT_EQ(Histogram(image_of<signed char>(1, 1, {-1}), 1.0, 0)[0][0], 1U);
 }
 
 TEST(Statistics, FailOnUnregisteredTypes)
 {
     auto const expect_unregistered = [](auto const& image) {
         std::string const suffix = std::string(" not registered for ") + typeid(image).name();
-        try {
-            Mean(image, 0, 0, 0, 0, 0);
-            FAIL();
-        } catch (unregistered_call const& failure) {
-            EXPECT_EQ(failure.what(), "Mean" + suffix);
-        }
-        try {
-            Histogram(image, 0, 0);
-            FAIL();
-        } catch (unregistered_call const& failure) {
-            EXPECT_EQ(failure.what(), "Histogram" + suffix);
-        }
+        EXPECT_EQ(test::failure_of<unregistered_call>([&] { Mean(image, 0, 0, 0, 0, 0); }), "Mean" + suffix);
+        EXPECT_EQ(test::failure_of<unregistered_call>([&] { Histogram(image, 0, 0); }), "Histogram" + suffix);
     };
     expect_unregistered(RastelMono16s(2, 2));
     expect_unregistered(TImage<Bayer<TBGGR<unsigned short>>>(2, 2));
