@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <random>
 #include <string>
+#include <typeinfo>
 #include <vector>
 
 namespace test
@@ -65,13 +66,14 @@ template <class T>
     return ::testing::AssertionSuccess();
 }
 
-/// The text of the failure, which has to be an Error.
+/// The text of the failure, which has to be an Error and no class derived from it.
 template <class Error, class Call>
 std::string failure(Call const& call)
 {
     try {
         call();
     } catch (Error const& error) {
+        EXPECT_EQ(typeid(error), typeid(Error));
         return error.what();
     }
     return "nothing thrown";

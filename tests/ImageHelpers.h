@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 #include <ostream>
 #include <string>
-#include <typeinfo>
 #include <vector>
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -121,19 +120,6 @@ std::string printed_by(Call const& call)
     ::testing::internal::CaptureStdout();
     call();
     return ::testing::internal::GetCapturedStdout();
-}
-
-/// The text of a failure of exactly this type.
-template <class Failure, class Call>
-std::string failure_of(Call const& call)
-{
-    try {
-        call();
-    } catch (Failure const& failure) {
-        EXPECT_EQ(typeid(failure), typeid(Failure));
-        return failure.what();
-    }
-    return "no failure";
 }
 
 /// A dirty image over memory of exactly `room` bytes, between zones that must not change. Under the address sanitizer

@@ -212,7 +212,7 @@ void expect_unfinished()
     for (auto const& [decoder, name] : decoders) {
         auto dst = dirty_image<RGB>(8, 64);
         std::string const line = printed_by([&, &decode = decoder, &text = name] {
-            EXPECT_EQ(failure_of<rastel::impl::logged_error>([&] { decode(dst, raw, 1, 2); }), text + reason);
+            EXPECT_EQ(failure<rastel::impl::logged_error>([&] { decode(dst, raw, 1, 2); }), text + reason);
         });
         EXPECT_EQ(line, location + name + ": " + name + reason + "\n");
         EXPECT_TRUE(same_pixels(dst, dirty_image<RGB>(8, 64)));

@@ -1,4 +1,4 @@
-#include <ImageHelpers.h>
+#include <Helpers.h>
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -179,7 +179,7 @@ TEST(Export, StopsAtTheFirstPixelOutside)
                           {std::numeric_limits<int>::max(), 0, 2, 1, "2147483647,0", {}}}) {
         test::Guarded<unsigned char> out(12);
         ::testing::internal::CaptureStderr();
-        EXPECT_EQ(test::failure_of<std::runtime_error>([&] { table.Export(out.data(), c.x, c.y, c.w, c.h); }),
+        EXPECT_EQ(test::failure<std::runtime_error>([&] { table.Export(out.data(), c.x, c.y, c.w, c.h); }),
                   "pixel_at called with invalid parameters");
         EXPECT_EQ(::testing::internal::GetCapturedStderr(), "pixel_at(" + c.where + ")\n");
         for (std::size_t i = 0; i < out.size(); ++i)

@@ -12,7 +12,7 @@ namespace
 {
 
 using namespace rastel;
-using test::failure_of;
+using test::failure;
 using test::FencedImage;
 using test::image_of;
 using test::Memory;
@@ -47,7 +47,7 @@ TEST(EntryPoints, FailOnAnUnregisteredType)
         {"Rotate", [&] { Rotate(foreign, grey, 90, ANGLE_DEGREES); }},
         {"RotateC", [&] { RotateC(foreign, grey, 90, 0, 0, ANGLE_DEGREES); }}};
     for (auto const& [name, call] : unregistered)
-        EXPECT_EQ(failure_of<unregistered_call>(call), name + suffix);
+        EXPECT_EQ(failure<unregistered_call>(call), name + suffix);
     std::pair<std::string, std::function<void()>> const unknown[] = {
         {"Resize", [&] { Resize(foreign, 1, 1); }},
         {"LinComb", [&] { LinComb(foreign, 1, grey); }},
@@ -55,7 +55,7 @@ TEST(EntryPoints, FailOnAnUnregisteredType)
         {"Resample", [&] { Resample(foreign, grey, NEAREST); }},
         {"IsEmpty", [&] { IsEmpty(foreign); }}};
     for (auto const& [name, call] : unknown)
-        EXPECT_EQ(failure_of<std::runtime_error>(call), name + suffix);
+        EXPECT_EQ(failure<std::runtime_error>(call), name + suffix);
     EXPECT_EQ(not_implemented("x").what(), std::string("Not Implemented: x"));
 }
 
@@ -76,11 +76,11 @@ TEST(EntryPoints, CompareTypesAndSizesWhereTold)
         {sizes, [&] { LinComb(tall, 1, low); }},
         {sizes, [&] { algorithms::transform_self(a, b, a, functors::LinComb_self<TRGBA<Mono8>>(1)); }}};
     for (auto const& [text, call] : failures)
-        EXPECT_EQ(failure_of<std::runtime_error>(call), text);
+        EXPECT_EQ(failure<std::runtime_error>(call), text);
     EXPECT_EQ(printed_by([&] {
-                  EXPECT_EQ(failure_of<std::runtime_error>(
-                                [&] { Crop(tall, static_cast<Rastel&>(grey), 2, 3, 3, 5, false); }),
-                            "Crop: bad destination size");
+                  EXPECT_EQ(
+                      failure<std::runtime_error>([&] { Crop(tall, static_cast<Rastel&>(grey), 2, 3, 3, 5, false); }),
+                      "Crop: bad destination size");
               }),
               "[EE]  rastel: Input 2x2\n[EE]  rastel: Output 2x3\n");
     TImage<Mono8> highest(0, 4294967295U), half(0, 2147483647U);

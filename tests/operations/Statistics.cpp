@@ -115,7 +115,7 @@ TYPED_TEST(Measured, HistogramCountsIntoTheBinsThatExist)
             ASSERT_EQ(Histogram(static_cast<Rastel const&>(fenced.image), width, 9), expected) << width;
         }
     for (double const width : {0.0, 1e-300, std::numeric_limits<double>::denorm_min()})
-        EXPECT_EQ(test::failure_of<std::length_error>([&] { Histogram(TImage<TypeParam>(2, 2), width, 0); }),
+        EXPECT_EQ(test::failure<std::length_error>([&] { Histogram(TImage<TypeParam>(2, 2), width, 0); }),
                   "vector::_M_default_append");
     EXPECT_EQ(Histogram(TImage<TypeParam>(2, 2), -0.0, 0), Tables(tables));
 }
@@ -131,8 +131,8 @@ TEST(Statistics, FailOnUnregisteredTypes)
 {
     auto const expect_unregistered = [](auto const& image) {
         std::string const suffix = std::string(" not registered for ") + typeid(image).name();
-        EXPECT_EQ(test::failure_of<unregistered_call>([&] { Mean(image, 0, 0, 0, 0, 0); }), "Mean" + suffix);
-        EXPECT_EQ(test::failure_of<unregistered_call>([&] { Histogram(image, 0, 0); }), "Histogram" + suffix);
+        EXPECT_EQ(test::failure<unregistered_call>([&] { Mean(image, 0, 0, 0, 0, 0); }), "Mean" + suffix);
+        EXPECT_EQ(test::failure<unregistered_call>([&] { Histogram(image, 0, 0); }), "Histogram" + suffix);
     };
     expect_unregistered(RastelMono16s(2, 2));
     expect_unregistered(TImage<Bayer<TBGGR<unsigned short>>>(2, 2));
