@@ -1,6 +1,7 @@
 // Shared by all tests: seeded random input, guarded buffers, comparison that names the first difference.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -29,11 +30,11 @@ template <class T>
 class Guarded
 {
 public:
-    explicit Guarded(std::size_t count, unsigned seed = 77) : bytes_(2 * zone + count * sizeof(T)), count_(count)
+    static constexpr std::size_t zone = 4096;
+
+    explicit Guarded(std::size_t count, unsigned seed = 77)
+        : before_(random_values<unsigned char>(2 * zone + count * sizeof(T), seed)), bytes_(before_), count_(count)
     {
-        auto const noise = random_values<unsigned char>(bytes_.size(), seed);
-        bytes_ = noise;
-        before_ = noise;
     }
     T* data() { return reinterpret_cast<T*>(bytes_.data() + zone); }
     std::size_t size() const { return count_; }
@@ -43,14 +44,12 @@ public:
     std::vector<T> values() { return std::vector<T>(data(), data() + count_); }
     bool guards_intact() const
     {
-        return std::memcmp(bytes_.data(), before_.data(), zone) == 0 &&
-               std::memcmp(bytes_.data() + bytes_.size() - zone, before_.data() + bytes_.size() - zone, zone) == 0;
+        return std::equal(bytes_.begin(), bytes_.begin() + zone, before_.begin()) &&
+               std::equal(bytes_.end() - zone, bytes_.end(), before_.end() - zone);
     }
 
 private:
-    static constexpr std::size_t zone = 256;
-    std::vector<unsigned char> bytes_;
-    std::vector<unsigned char> before_;
+    std::vector<unsigned char> before_, bytes_;
     std::size_t count_;
 };
 

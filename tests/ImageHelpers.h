@@ -128,15 +128,12 @@ template <class T>
 class FencedImage
 {
 public:
-    FencedImage(unsigned int width, unsigned int height, std::size_t room, unsigned seed = 77)
-        : memory_(2 * zone + room), room_(room)
+    FencedImage(unsigned int width, unsigned int height, std::size_t room, unsigned seed = 77) : memory_(room, seed)
     {
-        memory_ = before_ = random_values<unsigned char>(memory_.size(), seed);
-        ASAN_POISON_MEMORY_REGION(memory_.data(), zone);
-        ASAN_POISON_MEMORY_REGION(memory_.data() + zone + room_, zone);
+        ASAN_POISON_MEMORY_REGION(memory_.data() - zone, zone);
+        ASAN_POISON_MEMORY_REGION(memory_.data() + room, zone);
         // The buffer, not the image, wraps the memory: the room may be smaller than the pixels are.
-        image =
-            rastel::TImage<T>(width, height, std::make_shared<rastel::impl::BufferType>(memory_.data() + zone, room_));
+        image = rastel::TImage<T>(width, height, std::make_shared<rastel::impl::BufferType>(memory_.data(), room));
     }
     FencedImage(unsigned int width, unsigned int height)
         : FencedImage(width, height, std::size_t{width} * height * sizeof(T))
@@ -146,18 +143,15 @@ public:
     FencedImage& operator=(FencedImage const&) = delete;
     ~FencedImage()
     {
-        ASAN_UNPOISON_MEMORY_REGION(memory_.data(), memory_.size());
-        EXPECT_EQ(std::memcmp(memory_.data(), before_.data(), zone), 0) << "written before the buffer";
-        EXPECT_EQ(std::memcmp(memory_.data() + zone + room_, before_.data() + zone + room_, zone), 0)
-            << "written behind the room";
+        ASAN_UNPOISON_MEMORY_REGION(memory_.data() - zone, memory_.size() + 2 * zone);
+        EXPECT_TRUE(memory_.guards_intact()) << "written before or behind the room";
     }
 
     rastel::TImage<T> image;
 
 private:
-    static constexpr std::size_t zone = 4096;
-    std::vector<unsigned char> memory_, before_;
-    std::size_t room_;
+    static constexpr std::size_t zone = Guarded<unsigned char>::zone;
+    Guarded<unsigned char> memory_;
 };
 
 /// The pixels of all that an image's buffer may be touched in: rules written pixel by pixel run on it, and what lies

@@ -1,5 +1,5 @@
 // Every public call that allocates, with each of its allocations failing in turn, alone or with all that follow.
-#include "../Helpers.h"
+#include "../ImageHelpers.h"
 #include "Faults.h"
 
 #include <rastel/conversions/RastelConversions.h>
@@ -73,12 +73,10 @@ struct Images {
     Images(unsigned int width, unsigned int height, unsigned int target_width, unsigned int target_height)
         : src(width, height), dst(target_width, target_height)
     {
-        unsigned int seed = 1;
-        for (Rastel* const image : {static_cast<Rastel*>(&src), static_cast<Rastel*>(&dst)}) {
-            auto const noise = test::random_values<Byte>(image->buffer->Room(), seed++);
-            std::memcpy(image->buffer->get(), noise.data(), noise.size());
-            image->properties.put("OWN", seed);
-        }
+        test::dirty(src, 1);
+        test::dirty(dst, 2);
+        src.properties.put("OWN", 2);
+        dst.properties.put("OWN", 3);
         dst.properties.put("CONVERSION FLAGS", "NEAREST");
     }
     std::string state() const { return bytes_of(src) + bytes_of(dst) + bytes_of(results); }

@@ -1,5 +1,5 @@
 // Calls that start threads, with each of the starts failing in turn.
-#include "../Helpers.h"
+#include "../ImageHelpers.h"
 #include "Faults.h"
 
 #include <rastel/conversions/Parallelize.h>
@@ -60,19 +60,16 @@ TEST(ThreadsRunOut, BandsThatRunAreWaitedFor)
 
 TEST(ThreadsRunOut, DecodersTellAndDecodeAgain)
 {
-    using Mosaic = TImage<Bayer<TRGGB<Byte>>>;
-    Mosaic raw(32, 32);
-    auto const samples = test::random_values<Byte>(32 * 32, 1);
-    std::memcpy(raw.data(), samples.data(), samples.size());
+    auto const raw = test::random_image<Bayer<TRGGB<Byte>>>(32, 32, 1);
     RastelRGB8 expected(32, 32);
     static_cast<Rastel const&>(raw) >> static_cast<Rastel&>(expected);
 
     RastelRGB8 picture(expected);
-    std::memset(picture.data(), 0, 3 * samples.size());
+    std::memset(picture.data(), 0, picture.buffer->Size());
     int const threads =
         fail_each_thread([&] { static_cast<Rastel const&>(raw) >> static_cast<Rastel&>(picture); }, [](int) {});
     EXPECT_EQ(threads, static_cast<int>(impl::band_count()));
-    EXPECT_EQ(std::memcmp(picture.data(), expected.data(), 3 * samples.size()), 0);
+    EXPECT_TRUE(test::same_pixels(picture, expected));
 }
 
 TEST(ThreadsRunOut, DistancesTellAndStartAgain)
