@@ -66,7 +66,7 @@ RASTEL_CLONES void plain::mean_of_cells(unsigned char* out, unsigned char const*
 }
 
 RASTEL_CLONES void plain::join_channels(RGB* out, unsigned char const* r, unsigned char const* g,
-                                        unsigned char const* b, std::size_t count)
+                                        unsigned char const* b, std::size_t count, bool)
 {
     for (std::size_t i = 0; i < count; ++i) {
         out[i].r = r[i];
@@ -75,7 +75,7 @@ RASTEL_CLONES void plain::join_channels(RGB* out, unsigned char const* r, unsign
     }
 }
 
-RASTEL_CLONES void plain::join_pairs(RGB* out, Channels even, Channels odd, std::size_t count)
+RASTEL_CLONES void plain::join_pairs(RGB* out, Channels even, Channels odd, std::size_t count, bool)
 {
     for (std::size_t i = 0; i < count; ++i) {
         out[2 * i] = {even.r[i], even.g[i], even.b[i]};

@@ -21,6 +21,8 @@ struct Channels {
 ///
 /// Four-byte pixels are given as bytes, alpha last. Alpha becomes its old value OR the mask: 0 keeps it, 255 makes the
 /// pixel opaque.
+///
+/// Joined pixels may be streamed past the caches: see Streaming.
 struct plain {
     /// grey -> r, g and b
     static void spread_grey(TRGB<unsigned char>* out, unsigned char const* grey, std::size_t count);
@@ -35,9 +37,10 @@ struct plain {
     static void mean_of_cells(unsigned char* out, unsigned char const* upper, unsigned char const* lower,
                               std::size_t count);
     static void join_channels(TRGB<unsigned char>* out, unsigned char const* r, unsigned char const* g,
-                              unsigned char const* b, std::size_t count);
+                              unsigned char const* b, std::size_t count, bool streamed);
     /// `count` pairs of pixels, the first of each pair from `even`, the second from `odd`.
-    static void join_pairs(TRGB<unsigned char>* out, Channels even, Channels odd, std::size_t count);
+    static void join_pairs(TRGB<unsigned char>* out, Channels even, Channels odd, std::size_t count, bool streamed);
+    static void finish_streaming() {}
 };
 
 #ifdef RASTEL_HAS_HIGHWAY
@@ -52,8 +55,9 @@ struct fast {
     static void mean_of_cells(unsigned char* out, unsigned char const* upper, unsigned char const* lower,
                               std::size_t count);
     static void join_channels(TRGB<unsigned char>* out, unsigned char const* r, unsigned char const* g,
-                              unsigned char const* b, std::size_t count);
-    static void join_pairs(TRGB<unsigned char>* out, Channels even, Channels odd, std::size_t count);
+                              unsigned char const* b, std::size_t count, bool streamed);
+    static void join_pairs(TRGB<unsigned char>* out, Channels even, Channels odd, std::size_t count, bool streamed);
+    static void finish_streaming();
 };
 template <>
 void fast::mix_pixels<channels_average>(unsigned char*, TRGB<unsigned char> const*, std::size_t);
@@ -63,5 +67,26 @@ using colour_rows = fast;
 #else
 using colour_rows = plain;
 #endif
+
+/// Says whether the pixels of a destination are streamed to memory: those of one that is too large to stay in the
+/// caches are, where the processor would otherwise fetch every line of it only to overwrite it. Other threads may read
+/// them once this has been destroyed.
+class Streaming
+{
+public:
+    explicit Streaming(std::size_t destination_bytes) : on_(destination_bytes > large) {}
+    ~Streaming()
+    {
+        if (on_)
+            colour_rows::finish_streaming();
+    }
+    Streaming(Streaming const&) = delete;
+    Streaming& operator=(Streaming const&) = delete;
+    bool on() const { return on_; }
+
+private:
+    static constexpr std::size_t large = std::size_t{16} << 20;
+    bool on_;
+};
 
 } // namespace rastel::impl

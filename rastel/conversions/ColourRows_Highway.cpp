@@ -5,6 +5,7 @@
 #define HWY_TARGET_INCLUDE "rastel/conversions/ColourRows_Highway.cpp"
 #include <hwy/foreach_target.h>
 // Highway's headers are written for each target anew and have to come after the line above.
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include <cstdint>
@@ -24,11 +25,12 @@ std::size_t AddAlpha(std::uint8_t*, std::uint8_t const*, std::size_t, std::uint8
 std::size_t MixAverage(std::uint8_t*, std::uint8_t const*, std::size_t) { return 0; }
 std::size_t MixStandard(std::uint8_t*, std::uint8_t const*, std::size_t) { return 0; }
 std::size_t MeanOfCells(std::uint8_t*, std::uint8_t const*, std::uint8_t const*, std::size_t) { return 0; }
-std::size_t JoinChannels(std::uint8_t*, std::uint8_t const*, std::uint8_t const*, std::uint8_t const*, std::size_t)
+std::size_t JoinChannels(std::uint8_t*, std::uint8_t const*, std::uint8_t const*, std::uint8_t const*, std::size_t,
+                         bool)
 {
     return 0;
 }
-std::size_t JoinPairs(std::uint8_t*, Channels, Channels, std::size_t) { return 0; }
+std::size_t JoinPairs(std::uint8_t*, Channels, Channels, std::size_t, bool) { return 0; }
 
 #else
 
@@ -202,12 +204,41 @@ std::size_t MeanOfCells(std::uint8_t* out, std::uint8_t const* upper, std::uint8
     return i;
 }
 
-std::size_t JoinChannels(std::uint8_t* out, std::uint8_t const* r, std::uint8_t const* g, std::uint8_t const* b,
-                         std::size_t count)
+/// Joins the channels that load(i, r, g, b) gives for the pixels from i on. Only x86 has stores that go past the caches
+/// here.
+template <class Load>
+HWY_INLINE std::size_t Join(std::uint8_t* out, std::size_t count, bool streamed, Load load)
 {
     Bytes const d;
-    return InRuns(hn::Lanes(d), count, [=](std::size_t i) HWY_ATTR {
-        hn::StoreInterleaved3(hn::LoadU(d, r + i), hn::LoadU(d, g + i), hn::LoadU(d, b + i), d, out + 3 * i);
+    std::size_t const lanes = hn::Lanes(d);
+    auto const store = [=](std::size_t i, std::uint8_t* pixels) HWY_ATTR {
+        Vector r;
+        Vector g;
+        Vector b;
+        load(i, r, g, b);
+        hn::StoreInterleaved3(r, g, b, d, pixels);
+    };
+    bool const aligned = reinterpret_cast<std::uintptr_t>(out) % lanes == 0;
+    if (!streamed || !aligned || !HWY_ARCH_X86)
+        return InRuns(lanes, count, [=](std::size_t i) HWY_ATTR { store(i, out + 3 * i); });
+    HWY_ALIGN std::uint8_t pixels[3 * hn::MaxLanes(d)];
+    std::size_t i = 0;
+    for (; i + lanes <= count; i += lanes) {
+        store(i, pixels);
+        for (std::size_t part = 0; part < 3 * lanes; part += lanes)
+            hn::Stream(hn::Load(d, pixels + part), d, out + 3 * i + part);
+    }
+    return i;
+}
+
+std::size_t JoinChannels(std::uint8_t* out, std::uint8_t const* r, std::uint8_t const* g, std::uint8_t const* b,
+                         std::size_t count, bool streamed)
+{
+    Bytes const d;
+    return Join(out, count, streamed, [=](std::size_t i, Vector& vr, Vector& vg, Vector& vb) HWY_ATTR {
+        vr = hn::LoadU(d, r + i);
+        vg = hn::LoadU(d, g + i);
+        vb = hn::LoadU(d, b + i);
     });
 }
 
@@ -221,13 +252,16 @@ HWY_INLINE Vector Alternating(std::uint8_t const* even, std::uint8_t const* odd)
     return hn::BitCast(Bytes(), hn::Or(low, hn::ShiftLeft<8>(high)));
 }
 
-std::size_t JoinPairs(std::uint8_t* out, Channels even, Channels odd, std::size_t count)
+std::size_t JoinPairs(std::uint8_t* out, Channels even, Channels odd, std::size_t count, bool streamed)
 {
-    Bytes const d;
-    return InRuns(hn::Lanes(d) / 2, count, [=](std::size_t i) HWY_ATTR {
-        hn::StoreInterleaved3(Alternating(even.r + i, odd.r + i), Alternating(even.g + i, odd.g + i),
-                              Alternating(even.b + i, odd.b + i), d, out + 6 * i);
-    });
+    return Join(out, 2 * count, streamed,
+                [=](std::size_t x, Vector& r, Vector& g, Vector& b) HWY_ATTR {
+                    std::size_t const i = x / 2;
+                    r = Alternating(even.r + i, odd.r + i);
+                    g = Alternating(even.g + i, odd.g + i);
+                    b = Alternating(even.b + i, odd.b + i);
+                }) /
+           2;
 }
 
 #endif
@@ -320,17 +354,20 @@ void fast::mean_of_cells(unsigned char* out, unsigned char const* upper, unsigne
 }
 
 void fast::join_channels(RGB* out, unsigned char const* r, unsigned char const* g, unsigned char const* b,
-                         std::size_t count)
+                         std::size_t count, bool streamed)
 {
-    std::size_t const done = HWY_DYNAMIC_DISPATCH(JoinChannels)(bytes(out), r, g, b, count);
-    plain::join_channels(out + done, r + done, g + done, b + done, count - done);
+    std::size_t const done = HWY_DYNAMIC_DISPATCH(JoinChannels)(bytes(out), r, g, b, count, streamed);
+    plain::join_channels(out + done, r + done, g + done, b + done, count - done, streamed);
 }
 
-void fast::join_pairs(RGB* out, Channels even, Channels odd, std::size_t count)
+void fast::join_pairs(RGB* out, Channels even, Channels odd, std::size_t count, bool streamed)
 {
-    if (HWY_DYNAMIC_DISPATCH(JoinPairs)(bytes(out), even, odd, count) == 0)
-        plain::join_pairs(out, even, odd, count);
+    auto const at = [](Channels rows, std::size_t i) { return Channels{rows.r + i, rows.g + i, rows.b + i}; };
+    std::size_t const done = HWY_DYNAMIC_DISPATCH(JoinPairs)(bytes(out), even, odd, count, streamed);
+    plain::join_pairs(out + 2 * done, at(even, done), at(odd, done), count - done, streamed);
 }
+
+void fast::finish_streaming() { hwy::FlushStream(); }
 
 } // namespace rastel::impl
 

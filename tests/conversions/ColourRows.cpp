@@ -61,19 +61,17 @@ TEST(ColourRows, VectorsGiveThePlainLoopsBytes)
     expect_equal_forms("cells", [](auto form, Byte* out, Byte const* in, Byte const* more, std::size_t count) {
         decltype(form)::mean_of_cells(out, in, more, count);
     });
-    expect_equal_forms(
-        "join",
-        [](auto form, Byte* out, Byte const* in, Byte const* more, std::size_t count) {
-            decltype(form)::join_channels(colours(out), in, more, in + 300, count);
-        },
-        false);
-    expect_equal_forms(
-        "join pairs",
-        [](auto form, Byte* out, Byte const* in, Byte const* more, std::size_t count) {
+    for (bool const streamed : {false, true}) {
+        auto const join = [streamed](auto form, Byte* out, Byte const* in, Byte const* more, std::size_t count) {
+            decltype(form)::join_channels(colours(out), in, more, in + 300, count, streamed);
+        };
+        auto const join_pairs = [streamed](auto form, Byte* out, Byte const* in, Byte const* more, std::size_t count) {
             decltype(form)::join_pairs(colours(out), {in, more, in + 300}, {more + 300, in + 600, more + 600},
-                                       count / 2);
-        },
-        false);
+                                       count / 2, streamed);
+        };
+        expect_equal_forms("join", join, false);
+        expect_equal_forms("join pairs", join_pairs, false);
+    }
 }
 
 TEST(ColourRows, EveryProductOfTheMixes)

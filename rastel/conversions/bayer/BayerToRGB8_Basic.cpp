@@ -41,21 +41,33 @@ enum class Green { mean, upper };
 class ChannelRows
 {
 public:
-    explicit ChannelRows(std::size_t width) : width_(width), samples_(3 * width) {}
+    ChannelRows(std::size_t width, std::size_t pixels)
+        : width_(width), samples_(3 * width), streaming_(pixels * sizeof(RGB8))
+    {
+    }
 
     /// `above` is the colour of the upper row of quads or cells, `below` that of the lower one.
     unsigned char* above() { return samples_.data(); }
     unsigned char* green() { return samples_.data() + width_; }
     unsigned char* below() { return samples_.data() + 2 * width_; }
 
+    /// Lets a row's lines come while its channels are made.
+    void fetch(RGB8* out, std::size_t count) const
+    {
+        if (!streaming_.on())
+            oq::fetch_to_write(out, count * sizeof(RGB8));
+    }
+
     void write(RGB8* out, bool red_above, std::size_t count)
     {
-        colour_rows::join_channels(out, red_above ? above() : below(), green(), red_above ? below() : above(), count);
+        colour_rows::join_channels(out, red_above ? above() : below(), green(), red_above ? below() : above(), count,
+                                   streaming_.on());
     }
 
 private:
     std::size_t width_;
     std::vector<unsigned char> samples_;
+    Streaming streaming_;
 };
 
 /// Decodes `count` pixels from the quads that reach from them to the right and down. Where `colour_column` is set the
@@ -89,13 +101,13 @@ void decode_rows(RGB8* dst, Mosaic<P> const& src, Rows rows, Scale scale)
     using Sample = typename P::Sample;
     std::size_t const width = src.width;
     ColumnParity<Sample> const columns(width);
-    ChannelRows channels(width);
+    ChannelRows channels(width, src.pixels);
 
     // The last column has no quad: it repeats the one before.
     auto const row = [&](std::size_t y) {
         Sample const* const upper = samples(src) + y * width;
         RGB8* const out = dst + y * width;
-        oq::fetch_to_write(out, width * sizeof(RGB8)); // they come while the channels are made
+        channels.fetch(out, width);
         quad_row<green>(channels.above(), channels.green(), channels.below(), upper, upper + width,
                         columns.of(colour_x<P>(y)), width - 1, scale);
         channels.write(out, holds_red<P>(y), width - 1);
@@ -159,7 +171,7 @@ RastelRGB8& Bayer_to_RGB8_downsample_2x(RastelRGB8& dst, Mosaic<P> const& src, s
     if (rows.empty() || src.width < 2 || !decodable(dst, src, 2))
         return dst;
     std::size_t const width = src.width;
-    ChannelRows channels(dst.width);
+    ChannelRows channels(dst.width, dst.pixels);
     with_scale<typename P::Sample>(src, [&](auto scale) {
         for (std::size_t y = rows.start; y < rows.end; y += 2) {
             auto const* const upper = samples(src) + y * width;

@@ -1,7 +1,5 @@
 #include <rastel/conversions/bayer/PackedRows.h>
 
-#include <rastel/conversions/ColourRows.h>
-
 namespace rastel::impl
 {
 namespace
@@ -27,7 +25,7 @@ void split_row(Byte* even, Byte* odd, Byte const* row, std::size_t width)
 }
 
 void write_pixels(RGB8* row, bool red_row, unsigned parity, SiteChannels const& colour_sites,
-                  SiteChannels const& green_sites, Span columns)
+                  SiteChannels const& green_sites, Span columns, bool streamed)
 {
     std::size_t const first = columns.first / 2;
     auto const channels = [&](SiteChannels const& sites) {
@@ -37,7 +35,7 @@ void write_pixels(RGB8* row, bool red_row, unsigned parity, SiteChannels const& 
     Channels const even = channels(parity == 0 ? colour_sites : green_sites);
     Channels const odd = channels(parity == 0 ? green_sites : colour_sites);
     std::size_t const pairs = columns.size() / 2;
-    colour_rows::join_pairs(row + columns.first, even, odd, pairs);
+    colour_rows::join_pairs(row + columns.first, even, odd, pairs, streamed);
     if (columns.size() % 2 != 0)
         row[columns.end - 1] = {even.r[pairs], even.g[pairs], even.b[pairs]};
 }

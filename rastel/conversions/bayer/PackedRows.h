@@ -7,6 +7,7 @@
 // i - 1 + parity and i + parity of the other kind.
 #pragma once
 
+#include <rastel/conversions/ColourRows.h>
 #include <rastel/conversions/bayer/Cell.h>
 #include <rastel/oq/Numeric.h>
 #include <rastel/oq/RowRuns.h>
@@ -113,7 +114,7 @@ void split_row(Byte* even, Byte* odd, Byte const* row, std::size_t width);
 /// Puts the pixels of `columns` together, which begin at an even one. `parity` is that of the columns of the row's own
 /// colour.
 void write_pixels(RGB8* row, bool red_row, unsigned parity, SiteChannels const& colour_sites,
-                  SiteChannels const& green_sites, Span columns);
+                  SiteChannels const& green_sites, Span columns, bool streamed);
 
 /// A mosaic that is decoded row by row. Each step follows the one before it as closely as the rows that it needs
 /// allow, so that a few rows are all that is ever kept.
@@ -122,7 +123,7 @@ class PackedDecoder
 {
 public:
     PackedDecoder(RGB8* dst, Byte const* src, std::size_t width, std::size_t height)
-        : dst_(dst), src_(src), width_(width), height_(height)
+        : dst_(dst), src_(src), width_(width), height_(height), streaming_(width * height * sizeof(RGB8))
     {
     }
 
@@ -152,7 +153,7 @@ protected:
     void write(std::size_t y, Span columns)
     {
         write_pixels(dst_ + y * width_, holds_red<P>(y), colour_x<P>(y), {colour_[y], green_of_colour_[y], other_[y]},
-                     {own_of_green_[y], green_[y], other_of_green_[y]}, columns);
+                     {own_of_green_[y], green_[y], other_of_green_[y]}, columns, streaming_.on());
     }
 
     RGB8* dst_;
@@ -161,6 +162,9 @@ protected:
 
     Ring colour_{sites()}, green_of_colour_{sites()}, other_{sites()};
     Ring own_of_green_{sites()}, green_{sites()}, other_of_green_{sites()};
+
+private:
+    Streaming streaming_;
 };
 
 /// value / 2^bits, truncated toward zero, in 16 bits all the way: of such lanes a vector has twice as many as of int.
