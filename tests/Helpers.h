@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <boost/align/aligned_allocator.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -25,7 +26,7 @@ std::vector<T> random_values(std::size_t count, unsigned seed)
     return values;
 }
 
-/// `count` elements that start dirty, between two guard zones that must not change.
+/// `count` elements that start dirty, at the start of a cache line, between two guard zones that must not change.
 template <class T>
 class Guarded
 {
@@ -33,7 +34,8 @@ public:
     static constexpr std::size_t zone = 4096;
 
     explicit Guarded(std::size_t count, unsigned seed = 77)
-        : before_(random_values<unsigned char>(2 * zone + count * sizeof(T), seed)), bytes_(before_), count_(count)
+        : before_(random_values<unsigned char>(2 * zone + count * sizeof(T), seed)),
+          bytes_(before_.begin(), before_.end()), count_(count)
     {
     }
     T* data() { return reinterpret_cast<T*>(bytes_.data() + zone); }
@@ -49,7 +51,8 @@ public:
     }
 
 private:
-    std::vector<unsigned char> before_, bytes_;
+    std::vector<unsigned char> before_;
+    std::vector<unsigned char, boost::alignment::aligned_allocator<unsigned char, 64>> bytes_;
     std::size_t count_;
 };
 
