@@ -148,6 +148,9 @@ void check(Make const& make, Call const& call, Failing failing = Failing::change
     }
 }
 
+template <class Objects>
+constexpr auto fresh = [] { return Objects(); };
+
 /// An image call at equal sizes, at half the size, and larger one way and smaller the other.
 template <class S, class D, class Call>
 void check_sizes(Call const& call, Failing failing = Failing::changes_nothing)
@@ -285,10 +288,10 @@ struct FlagSet {
 
 TEST(MemoryRunsOut, InFlagSets)
 {
-    auto const make = [] { return FlagSet(); };
-    check(make, [](FlagSet& flags) { flags.set.set(BAYER_DECODING_SIMPLE); });
-    check(make, [](FlagSet& flags) { flags.set = RastelFlagSet(" NEAREST | BAYER_DECODING_DOWNSAMPLE_2X | #3 "); });
-    check(make, [](FlagSet& flags) { flags.set = RastelFlagSet(flags.set.to_string() + "|COLOR_CHANNEL_R"); });
+    check(fresh<FlagSet>, [](auto& flags) { flags.set.set(BAYER_DECODING_SIMPLE); });
+    check(fresh<FlagSet>,
+          [](auto& flags) { flags.set = RastelFlagSet(" NEAREST | BAYER_DECODING_DOWNSAMPLE_2X | #3 "); });
+    check(fresh<FlagSet>, [](auto& flags) { flags.set = RastelFlagSet(flags.set.to_string() + "|COLOR_CHANNEL_R"); });
 }
 
 template <class T>
@@ -343,21 +346,19 @@ struct Raster {
 
 TEST(MemoryRunsOut, InCorners)
 {
-    using Response = Raster<int>;
-    auto const make = [] { return Response(); };
-    check(make, [](Response& r) { ShiTomasiCorner(r.out.data(), r.gx.data(), r.gy.data(), 30, 21, 5); });
-    check(make, [](Response& r) { HarrisCorner(r.out.data(), r.gx.data(), r.gy.data(), 30, 21, 3, 0.04F); });
-    check(make, [](Response& r) { ForstnerCorner(r.out.data(), r.gx.data(), r.gy.data(), 30, 21, 1); });
+    auto const make = fresh<Raster<int>>;
+    check(make, [](auto& r) { ShiTomasiCorner(r.out.data(), r.gx.data(), r.gy.data(), 30, 21, 5); });
+    check(make, [](auto& r) { HarrisCorner(r.out.data(), r.gx.data(), r.gy.data(), 30, 21, 3, 0.04F); });
+    check(make, [](auto& r) { ForstnerCorner(r.out.data(), r.gx.data(), r.gy.data(), 30, 21, 1); });
 }
 
 TEST(MemoryRunsOut, InPlainDecoders)
 {
-    using Picture = Raster<Byte>;
-    auto const make = [] { return Picture(); };
-    auto const raw = [](Picture const& picture) { return reinterpret_cast<Byte const*>(picture.gx.data()); };
-    check(make, [&](Picture& p) { Bayer_to_RGB8_gradient(raw(p), p.out.data(), 14, 14, 1); });
-    check(make, [&](Picture& p) { Bayer_to_RGB8_adaptive(raw(p), p.out.data(), 14, 14, 2); });
-    check(make, [&](Picture& p) { Bayer_to_RGB8_kimmel(raw(p), p.out.data(), 14, 14, 3); });
+    auto const make = fresh<Raster<Byte>>;
+    auto const raw = [](auto const& picture) { return reinterpret_cast<Byte const*>(picture.gx.data()); };
+    check(make, [&](auto& p) { Bayer_to_RGB8_gradient(raw(p), p.out.data(), 14, 14, 1); });
+    check(make, [&](auto& p) { Bayer_to_RGB8_adaptive(raw(p), p.out.data(), 14, 14, 2); });
+    check(make, [&](auto& p) { Bayer_to_RGB8_kimmel(raw(p), p.out.data(), 14, 14, 3); });
     // A picture over its own mosaic.
     check([] { return Images<Byte, RGB>(1, 1, 14, 14); },
           [](Images<Byte, RGB>& images) {
@@ -383,9 +384,9 @@ void check_distances()
                 auto const* const edges = reinterpret_cast<Byte const*>(map.gx.data());
                 transform(edges, map.out.data(), 30, 20, threads);
             };
-            ASSERT_NO_FATAL_FAILURE(check([] { return Map(); }, call, Failing::may_write));
+            ASSERT_NO_FATAL_FAILURE(check(fresh<Map>, call, Failing::may_write));
         }
-    check([] { return Map(); }, [](Map& map) { detail::meijster_2_pass(map.out.data(), 30, 20, Metric()); });
+    check(fresh<Map>, [](Map& map) { detail::meijster_2_pass(map.out.data(), 30, 20, Metric()); });
 }
 
 TEST(MemoryRunsOut, InDistances)

@@ -11,17 +11,6 @@ namespace
 
 using namespace rastel;
 
-TEST(Flag, HasAnIdentityOfItsOwn)
-{
-    RastelFlag const a;
-    RastelFlag const b;
-    RastelFlag const copy = a;
-    EXPECT_FALSE(a == b);
-    EXPECT_TRUE(a == copy);
-    EXPECT_TRUE(a < b || b < a);
-    EXPECT_FALSE(a < copy);
-}
-
 TEST(FlagSet, TextListsConversionsThenOperationsThenNumbers)
 {
     RastelFlag const own;
