@@ -530,7 +530,7 @@ void gradients(RastelMono8 const& grey, Gradient& dx, Gradient& dy, char const* 
     int const width = static_cast<int>(grey.width);
     int const height = static_cast<int>(grey.height);
     for (auto const& [name, gradient] :
-         {std::pair{"derivative", ll_grey_DerivativeGradient}, {"sobel", ll_grey_SobelGradient}}) {
+         {std::pair{"derivative", &ll_grey_DerivativeGradient}, {"sobel", &ll_grey_SobelGradient}}) {
         gradient(dx.data(), dy.data(), grey.data(), width, height);
         record(joined(name, name_of_dx), dx);
         record(joined(name, name_of_dy), dy);
