@@ -6,6 +6,7 @@
 #include <rastel/oq/Numeric.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -65,132 +66,225 @@ private:
     }
 };
 
-/// The arithmetic of the results: single precision, fused. A row keeps each column's pixel and its right neighbour
-/// apart, times their weights.
-struct Fused {
-    using Value = float;
-    static Value weight(float weight) { return weight; }
-    // A mean lies between the least and the greatest of its pixels, so that a plain cast does.
-    static unsigned char level(Value mean) { return static_cast<unsigned char>(static_cast<int>(mean)); }
+/// A row of results, and the weights of the two source rows that it lies between.
+struct MixedRow {
+    unsigned char* out;
+    float upper, lower;
+};
 
-    RASTEL_CLONES static void weigh(Value* __restrict here, Value* __restrict next,
-                                    unsigned char const* __restrict levels, unsigned char const* __restrict neighbours,
-                                    Value const* __restrict here_weights, Value const* __restrict next_weights,
-                                    std::size_t count)
+/// The arithmetic of the results: single precision, fused.
+///
+/// Four pixels of a row make a word. The first pixels of all words are mixed, then the second ones and so on: words are
+/// as wide as floats, so that vectors of pixels needn't be widened and closed up again.
+class Fused
+{
+public:
+    explicit Fused(BilinearAxis const& x)
+        : axis_(&x), words_((x.count() + longest_vector - 1) / longest_vector * (longest_vector / 4)),
+          next_weights_(4 * words_), one_(words_), other_(words_)
     {
-        for (std::size_t i = 0; i < count; ++i) {
-            here[i] = static_cast<Value>(levels[i]) * here_weights[i];
-            next[i] = static_cast<Value>(neighbours[i]) * next_weights[i];
+        for (unsigned int place = 0; place < 4; ++place)
+            for (std::size_t word = 0, i = byte_at(8 * place); i < x.count(); ++word, i += 4)
+                next_weights_[place * words_ + word] = x.next[i];
+    }
+
+    /// The pixels of a source row at the columns, and their right neighbours.
+    struct Row {
+        explicit Row(Fused const& arithmetic) : levels(arithmetic.words_), neighbours(arithmetic.words_) {}
+        void read(Fused const& arithmetic, TImage<unsigned char> const& src, std::size_t start, std::size_t count)
+        {
+            pick_row(bytes(levels), src, start, arithmetic.axis_->pixel, count);
+            pick_row(bytes(neighbours), src, start + 1, arithmetic.axis_->pixel, count);
+        }
+        std::vector<std::uint32_t> levels, neighbours;
+    };
+
+    /// Mixes one or two rows between the same source rows.
+    void mix(MixedRow const* rows, bool two, Row const& upper, Row const& lower, std::size_t count)
+    {
+        auto const mix_rows = two ? &mix_words<true> : &mix_words<false>;
+        mix_rows(one_.data(), other_.data(), rows[0], rows[two ? 1 : 0], upper.levels.data(), upper.neighbours.data(),
+                 lower.levels.data(), lower.neighbours.data(), next_weights_.data(), words_);
+        std::memcpy(rows[0].out, one_.data(), count);
+        if (two)
+            std::memcpy(rows[1].out, other_.data(), count);
+    }
+
+    /// A row that lies on a source row.
+    void mix(unsigned char* out, Row const& row, std::size_t count) const
+    {
+        mix_row(out, bytes(row.levels), bytes(row.neighbours), axis_->here.data(), axis_->next.data(), count);
+    }
+
+private:
+    static constexpr std::size_t longest_vector = 64;
+
+    static unsigned char* bytes(std::vector<std::uint32_t>& words)
+    {
+        return reinterpret_cast<unsigned char*>(words.data());
+    }
+    static unsigned char const* bytes(std::vector<std::uint32_t> const& words)
+    {
+        return reinterpret_cast<unsigned char const*>(words.data());
+    }
+
+    /// The byte of a word that holds its bits from `shift` on.
+    static std::size_t byte_at(unsigned int shift)
+    {
+        std::uint32_t const word = 1U << shift;
+        std::array<unsigned char, sizeof word> in_memory;
+        std::memcpy(in_memory.data(), &word, sizeof word);
+        return static_cast<std::size_t>(std::find(in_memory.begin(), in_memory.end(), 1) - in_memory.begin());
+    }
+
+    /// The pixels that begin at bit `shift`.
+    template <unsigned int shift, bool two>
+    [[gnu::always_inline]] static inline void
+    mix_places(std::uint32_t* __restrict out, std::uint32_t* __restrict other, MixedRow row, MixedRow other_row,
+               std::uint32_t const* __restrict upper, std::uint32_t const* __restrict upper_next,
+               std::uint32_t const* __restrict lower, std::uint32_t const* __restrict lower_next,
+               float const* __restrict next_weights, std::size_t words)
+    {
+        auto const level = [](std::uint32_t word) { return static_cast<float>(static_cast<int>(word >> shift & 255)); };
+        for (std::size_t i = 0; i < words; ++i) {
+            float const next_weight = next_weights[i];
+            float const here_weight = 1.0F - next_weight;
+            float const above = level(upper[i]) * here_weight;
+            float const above_next = level(upper_next[i]) * next_weight;
+            float const below = level(lower[i]) * here_weight;
+            float const below_next = level(lower_next[i]) * next_weight;
+            auto const mean = [=](MixedRow const& weights) {
+                float sum = above_next * weights.upper;
+                sum = std::fma(weights.upper, above, sum);
+                sum = std::fma(weights.lower, below, sum);
+                sum = std::fma(weights.lower, below_next, sum);
+                // A mean lies between the least and the greatest of its pixels, so that a plain cast does.
+                return static_cast<std::uint32_t>(static_cast<int>(sum)) << shift;
+            };
+            out[i] = shift == 0 ? mean(row) : out[i] | mean(row);
+            if (two)
+                other[i] = shift == 0 ? mean(other_row) : other[i] | mean(other_row);
         }
     }
 
-    RASTEL_CLONES static void mix_rows(unsigned char* __restrict out, Value const* __restrict upper_here,
-                                       Value const* __restrict upper_next, Value const* __restrict lower_here,
-                                       Value const* __restrict lower_next, Value upper, Value lower, std::size_t count)
+    template <bool two>
+    RASTEL_CLONES static void mix_words(std::uint32_t* out, std::uint32_t* other, MixedRow row, MixedRow other_row,
+                                        std::uint32_t const* upper, std::uint32_t const* upper_next,
+                                        std::uint32_t const* lower, std::uint32_t const* lower_next,
+                                        float const* next_weights, std::size_t words)
     {
-        for (std::size_t i = 0; i < count; ++i) {
-            Value mean = upper_next[i] * upper;
-            mean = std::fma(upper, upper_here[i], mean);
-            mean = std::fma(lower, lower_here[i], mean);
-            mean = std::fma(lower, lower_next[i], mean);
-            out[i] = level(mean);
-        }
+        mix_places<0, two>(out, other, row, other_row, upper, upper_next, lower, lower_next, next_weights, words);
+        mix_places<8, two>(out, other, row, other_row, upper, upper_next, lower, lower_next, next_weights + words,
+                           words);
+        mix_places<16, two>(out, other, row, other_row, upper, upper_next, lower, lower_next, next_weights + 2 * words,
+                            words);
+        mix_places<24, two>(out, other, row, other_row, upper, upper_next, lower, lower_next, next_weights + 3 * words,
+                            words);
     }
 
-    /// The pixels' levels come unweighed: their products are fused.
     RASTEL_CLONES static void mix_row(unsigned char* __restrict out, unsigned char const* __restrict levels,
-                                      Value const* __restrict here_weights, Value const* __restrict /*here*/,
-                                      Value const* __restrict next, std::size_t count)
+                                      unsigned char const* __restrict neighbours, float const* __restrict here_weights,
+                                      float const* __restrict next_weights, std::size_t count)
     {
-        for (std::size_t i = 0; i < count; ++i)
-            out[i] = level(std::fma(static_cast<Value>(levels[i]), here_weights[i], next[i]));
+        for (std::size_t i = 0; i < count; ++i) {
+            float const next = static_cast<float>(neighbours[i]) * next_weights[i];
+            float const level = std::fma(static_cast<float>(levels[i]), here_weights[i], next);
+            out[i] = static_cast<unsigned char>(static_cast<int>(level));
+        }
     }
+
+    BilinearAxis const* axis_;
+    std::size_t words_;               ///< of a row, in whole vectors
+    std::vector<float> next_weights_; ///< of each word's first pixel, of each word's second one, ...
+    std::vector<std::uint32_t> one_, other_;
 };
 
 /// The same for weights that are whole sixteenths, as those of many usual ratios are: no step rounds, so that integers
-/// of 16 bits give the same results. A row keeps the sums of a column's two products.
-struct Sixteenths {
-    using Value = std::uint16_t;
-    static constexpr int parts = 16;
-    static Value weight(float weight) { return static_cast<Value>(weight * parts); }
-
-    RASTEL_CLONES static void weigh(Value* __restrict sums, Value* __restrict /*next*/,
-                                    unsigned char const* __restrict levels, unsigned char const* __restrict neighbours,
-                                    Value const* __restrict here_weights, Value const* __restrict next_weights,
-                                    std::size_t count)
-    {
-        for (std::size_t i = 0; i < count; ++i)
-            sums[i] = static_cast<Value>(levels[i] * here_weights[i] + neighbours[i] * next_weights[i]);
-    }
-
-    RASTEL_CLONES static void mix_rows(unsigned char* __restrict out, Value const* __restrict upper_sums,
-                                       Value const* __restrict /*upper_next*/, Value const* __restrict lower_sums,
-                                       Value const* __restrict /*lower_next*/, Value upper, Value lower,
-                                       std::size_t count)
-    {
-        for (std::size_t i = 0; i < count; ++i)
-            out[i] = static_cast<unsigned char>(static_cast<Value>(upper_sums[i] * upper + lower_sums[i] * lower) /
-                                                (parts * parts));
-    }
-
-    RASTEL_CLONES static void mix_row(unsigned char* __restrict out, unsigned char const* __restrict /*levels*/,
-                                      Value const* __restrict /*here_weights*/, Value const* __restrict sums,
-                                      Value const* __restrict /*next*/, std::size_t count)
-    {
-        for (std::size_t i = 0; i < count; ++i)
-            out[i] = static_cast<unsigned char>(sums[i] / parts);
-    }
-};
-
-/// The weights of an axis' columns.
-template <class Arithmetic>
-struct Weights {
-    explicit Weights(BilinearAxis const& x) : axis(&x), here(x.count()), next(x.count())
-    {
-        std::transform(x.here.begin(), x.here.end(), here.begin(), Arithmetic::weight);
-        std::transform(x.next.begin(), x.next.end(), next.begin(), Arithmetic::weight);
-    }
-
-    BilinearAxis const* axis;
-    std::vector<typename Arithmetic::Value> here, next;
-};
-
-/// A source row as the columns of an axis see it: their pixels' levels, and what the arithmetic makes of them and their
-/// right neighbours'.
-template <class Arithmetic>
-class WeighedRow
+/// of 16 bits give the same results. A source row is kept as the sums of a column's two products.
+class Sixteenths
 {
 public:
-    explicit WeighedRow(Weights<Arithmetic> const& weights)
-        : levels(weights.here.size()), here(weights.here.size()), next(weights.here.size()), weights_(&weights),
-          neighbours_(weights.here.size())
+    static constexpr int parts = 16;
+
+    explicit Sixteenths(BilinearAxis const& x)
+        : axis_(&x), here_(x.count()), next_(x.count()), levels_(x.count()), neighbours_(x.count())
     {
+        std::transform(x.here.begin(), x.here.end(), here_.begin(), weight);
+        std::transform(x.next.begin(), x.next.end(), next_.begin(), weight);
     }
 
+    struct Row {
+        explicit Row(Sixteenths const& arithmetic) : sums(arithmetic.here_.size()) {}
+        void read(Sixteenths& arithmetic, TImage<unsigned char> const& src, std::size_t start, std::size_t count)
+        {
+            pick_row(arithmetic.levels_.data(), src, start, arithmetic.axis_->pixel, count);
+            pick_row(arithmetic.neighbours_.data(), src, start + 1, arithmetic.axis_->pixel, count);
+            weigh(sums.data(), arithmetic.levels_.data(), arithmetic.neighbours_.data(), arithmetic.here_.data(),
+                  arithmetic.next_.data(), count);
+        }
+        std::vector<std::uint16_t> sums;
+    };
+
+    static void mix(MixedRow const* rows, bool two, Row const& upper, Row const& lower, std::size_t count)
+    {
+        for (MixedRow const* row = rows; row <= rows + (two ? 1 : 0); ++row)
+            mix_rows(row->out, upper.sums.data(), lower.sums.data(), weight(row->upper), weight(row->lower), count);
+    }
+    static void mix(unsigned char* out, Row const& row, std::size_t count)
+    {
+        mix_rows(out, row.sums.data(), row.sums.data(), parts, 0, count);
+    }
+
+private:
+    static std::uint16_t weight(float weight) { return static_cast<std::uint16_t>(weight * parts); }
+
+    RASTEL_CLONES static void weigh(std::uint16_t* __restrict sums, unsigned char const* __restrict levels,
+                                    unsigned char const* __restrict neighbours,
+                                    std::uint16_t const* __restrict here_weights,
+                                    std::uint16_t const* __restrict next_weights, std::size_t count)
+    {
+        for (std::size_t i = 0; i < count; ++i)
+            sums[i] = static_cast<std::uint16_t>(levels[i] * here_weights[i] + neighbours[i] * next_weights[i]);
+    }
+
+    RASTEL_CLONES static void mix_rows(unsigned char* __restrict out, std::uint16_t const* upper,
+                                       std::uint16_t const* lower, std::uint16_t upper_weight,
+                                       std::uint16_t lower_weight, std::size_t count)
+    {
+        for (std::size_t i = 0; i < count; ++i) {
+            auto const sum = static_cast<std::uint16_t>(upper[i] * upper_weight + lower[i] * lower_weight);
+            out[i] = static_cast<unsigned char>(sum / (parts * parts));
+        }
+    }
+
+    BilinearAxis const* axis_;
+    std::vector<std::uint16_t> here_, next_;
+    std::vector<unsigned char> levels_, neighbours_;
+};
+
+/// A source row at the columns of an axis, as far as the source has room for it.
+template <class Arithmetic>
+class SourceRow
+{
+public:
+    explicit SourceRow(Arithmetic const& arithmetic) : row(arithmetic) {}
+
     /// Reads the row that starts at pixel `start`, unless it is the one that was read before.
-    void read(TImage<unsigned char> const& src, std::size_t start)
+    void read(Arithmetic& arithmetic, TImage<unsigned char> const& src, std::size_t start, Columns const& columns)
     {
         if (start == start_)
             return;
         start_ = start;
-        Columns const& columns = weights_->axis->pixel;
         count = columns_in_room(src, start, columns, columns.at.size(), 1);
-        if (count == 0)
-            return;
-        pick_row(levels.data(), src, start, columns, count);
-        pick_row(neighbours_.data(), src, start + 1, columns, count);
-        Arithmetic::weigh(here.data(), next.data(), levels.data(), neighbours_.data(), weights_->here.data(),
-                          weights_->next.data(), count);
+        if (count != 0)
+            row.read(arithmetic, src, start, count);
     }
     bool holds(std::size_t start) const { return start == start_; }
 
-    std::vector<unsigned char> levels;
-    std::vector<typename Arithmetic::Value> here, next;
-    std::size_t count = 0; ///< columns within the room of the source
+    typename Arithmetic::Row row;
+    std::size_t count = 0;
 
 private:
-    Weights<Arithmetic> const* weights_;
-    std::vector<unsigned char> neighbours_;
     std::size_t start_ = std::numeric_limits<std::size_t>::max();
 };
 
@@ -199,11 +293,13 @@ void resample_bilinear_by(TImage<unsigned char> const& src, TImage<unsigned char
                           BilinearAxis const& y)
 {
     std::size_t const width = dst.width;
-    Weights<Arithmetic> const weights(x);
-    WeighedRow<Arithmetic> upper(weights);
-    WeighedRow<Arithmetic> lower(weights);
+    Arithmetic arithmetic(x);
+    SourceRow<Arithmetic> upper(arithmetic);
+    SourceRow<Arithmetic> lower(arithmetic);
     bool const on_columns = x.in_parts(1);
+    auto const mixed = [&](std::size_t row) { return MixedRow{dst.data() + row * width, y.here[row], y.next[row]}; };
 
+    std::size_t done = 0; // rows that are mixed already
     for (std::size_t row = 0; row < y.count(); ++row) {
         std::size_t const room = in_room(dst, row * width, width);
         if (room == 0)
@@ -215,13 +311,17 @@ void resample_bilinear_by(TImage<unsigned char> const& src, TImage<unsigned char
         if (on_columns && y.next[row] == 0.0F) {
             if (count != 0) // the pixels themselves
                 pick_row(out, src, top, x.pixel, count);
-        } else {
+        } else if (row >= done) {
             if (lower.holds(top))
                 std::swap(upper, lower);
-            upper.read(src, top);
-            lower.read(src, bottom);
-            Arithmetic::mix_rows(out, upper.here.data(), upper.next.data(), lower.here.data(), lower.next.data(),
-                                 Arithmetic::weight(y.here[row]), Arithmetic::weight(y.next[row]), count);
+            upper.read(arithmetic, src, top, x.pixel);
+            lower.read(arithmetic, src, bottom, x.pixel);
+            bool const two = row + 1 < y.count() && y.pixel.at[row + 1] == y.pixel.at[row] &&
+                             in_room(dst, (row + 1) * width, width) >= count;
+            std::array<MixedRow, 2> const rows{mixed(row), mixed(two ? row + 1 : row)};
+            if (count != 0)
+                arithmetic.mix(rows.data(), two, upper.row, lower.row, count);
+            done = row + (two ? 2 : 1);
         }
         if (room > x.count() && bottom + x.edge < src.room()) {
             auto const above = static_cast<float>(src.data()[top + x.edge]);
@@ -233,7 +333,7 @@ void resample_bilinear_by(TImage<unsigned char> const& src, TImage<unsigned char
 
     // The rows behind the interior are all the same.
     std::size_t const bottom = y.edge * src.width;
-    upper.read(src, bottom);
+    upper.read(arithmetic, src, bottom, x.pixel);
     bool const whole = bottom + x.edge < src.room();
     std::size_t const count = whole ? width : upper.count;
     for (std::size_t row = y.count(); row < dst.height; ++row) {
@@ -245,8 +345,7 @@ void resample_bilinear_by(TImage<unsigned char> const& src, TImage<unsigned char
             std::memcpy(out, out - width, room);
             continue;
         }
-        Arithmetic::mix_row(out, upper.levels.data(), weights.here.data(), upper.here.data(), upper.next.data(),
-                            std::min(upper.count, room));
+        arithmetic.mix(out, upper.row, std::min(upper.count, room));
         if (room > x.count())
             std::memset(out + x.count(), src.data()[bottom + x.edge], room - x.count());
     }
