@@ -197,64 +197,39 @@ RastelRGB8 slow_adaptive(Raw<P> const& raw)
     return o.picture;
 }
 
-/// The float arithmetic of one site, over any way to read a neighbour's value: at(rows down, columns right).
-struct SlowKimmel {
-    static float weight(float a, float b) { return 1.0F / std::sqrt(std::fma(b, b, std::fma(a, a, 1.0F))); }
-    static float limit(float value) { return value < 1.0F ? 1.0F : value; }
-
-    /// Weights N, S, W, E by the near values' slopes and the far values' distance to the site.
-    template <class Near, class Far>
-    static std::array<float, 4> romboid(Near near, Far far)
-    {
-        float const v = (near(-1, 0) - near(1, 0)) * 0.5F;
-        float const h = (near(0, -1) - near(0, 1)) * 0.5F;
-        float const c = far(0, 0);
-        return {weight(v, (far(-2, 0) - c) * 0.5F), weight(v, (c - far(2, 0)) * 0.5F),
-                weight(h, (far(0, -2) - c) * 0.5F), weight(h, (c - far(0, 2)) * 0.5F)};
-    }
-    /// Weights NW, NE, SW, SE.
-    template <class Near, class Far>
-    static std::array<float, 4> square(Near near, Far far)
-    {
-        float const a = (near(-1, -1) - near(1, 1)) / 2.828427F;
-        float const b = (near(-1, 1) - near(1, -1)) / 2.828427F;
-        float const c = far(0, 0);
-        return {weight(a, (far(-2, -2) - c) / 2.828427F), weight(b, (far(-2, 2) - c) / 2.828427F),
-                weight(b, (c - far(2, -2)) / 2.828427F), weight(a, (c - far(2, 2)) / 2.828427F)};
-    }
-    /// Products are added in the order of the indices.
-    static float mean(std::array<float, 4> w, std::array<float, 4> v, std::array<std::size_t, 4> order)
-    {
-        float sum = v[order[0]] * w[order[0]];
-        float weights = w[order[0]];
-        for (std::size_t i = 1; i < 4; ++i) {
-            sum = std::fma(v[order[i]], w[order[i]], sum);
-            weights = weights + w[order[i]];
-        }
-        return sum / weights;
-    }
-    static constexpr std::array<std::size_t, 4> wnes{2, 0, 3, 1}, nwes{0, 2, 3, 1}, square_order{1, 0, 2, 3};
-
-    template <class Value>
-    static std::array<float, 4> direct(Value value)
-    {
-        return {value(-1, 0), value(1, 0), value(0, -1), value(0, 1)};
-    }
-    template <class Value>
-    static std::array<float, 4> diagonal(Value value)
-    {
-        return {value(-1, -1), value(-1, 1), value(1, -1), value(1, 1)};
-    }
-    static Byte byte(float value)
-    {
-        return std::isnan(value) || value < 0 ? Byte{0} : value > 255.0F ? Byte{255} : static_cast<Byte>(value);
-    }
+/// Neighbours in the order in which their products are summed, and the distance between opposite ones.
+struct Ring {
+    Cell steps;
+    float width;
 };
+Ring const wnes{{{0, -1}, {-1, 0}, {0, 1}, {1, 0}}, 2.0F};
+Ring const nwes{{{-1, 0}, {0, -1}, {0, 1}, {1, 0}}, 2.0F};
+Ring const diagonal{{{-1, 1}, {-1, -1}, {1, -1}, {1, 1}}, 2.828427F};
+
+/// The mean of the neighbours' values, weighted by the slope of the near values and that of the far ones to the site.
+/// Values are read as at(rows down, columns right).
+template <class Near, class Far, class Value>
+float weighted_mean(Ring const& ring, Near near, Far far, Value value)
+{
+    float sum = 0, weights = 0;
+    for (auto const& [y, x] : ring.steps) {
+        float const a = (near(y, x) - near(-y, -x)) / ring.width;
+        float const b = (far(2 * y, 2 * x) - far(0, 0)) / ring.width;
+        float const weight = 1.0F / std::sqrt(std::fma(b, b, std::fma(a, a, 1.0F)));
+        sum = std::fma(value(y, x), weight, sum);
+        weights = weights + weight;
+    }
+    return sum / weights;
+}
+float limit(float value) { return value < 1.0F ? 1.0F : value; }
+Byte byte(float value)
+{
+    return std::isnan(value) || value < 0 ? Byte{0} : value > 255.0F ? Byte{255} : static_cast<Byte>(value);
+}
 
 template <class P>
 RastelRGB8 slow_kimmel(Raw<P> const& raw)
 {
-    using K = SlowKimmel;
     Slow<P> o(raw, RastelRGB8(raw.width, raw.height));
     int const w = o.w;
     int const h = o.h;
@@ -277,20 +252,20 @@ RastelRGB8 slow_kimmel(Raw<P> const& raw)
         if (o.colour(y, x) == 'G')
             o.d(y, x, 'G') = static_cast<Byte>(o.s(y, x));
         else if (o.inside(y, x, 2))
-            o.d(y, x, 'G') = K::byte(K::limit(K::mean(K::romboid(s, s), K::direct(s), K::wnes)));
+            o.d(y, x, 'G') = byte(limit(weighted_mean(wnes, s, s, s)));
     });
     o.sites(3, h - 3, 3 + late, w - 3 + late, other_cell, [&](int y, int x) {
         auto const s = sample(y, x);
         auto const g = value(y, x, 'G');
-        float const mean = K::mean(K::square(s, s), K::diagonal(ratio(s, g)), K::square_order);
-        o.d(y, x, o.missing(y, x)) = K::byte(K::limit(mean * g(0, 0)));
+        float const mean = weighted_mean(diagonal, s, s, ratio(s, g));
+        o.d(y, x, o.missing(y, x)) = byte(limit(mean * g(0, 0)));
     });
     o.sites(4, h - 4, 4, w - 4, green_cell, [&](int y, int x) {
         auto const g = value(y, x, 'G');
         for (char const c : {'R', 'B'}) {
             auto const p = value(y, x, c);
-            float const mean = K::mean(K::romboid(p, g), K::direct(ratio(p, g)), K::wnes);
-            o.d(y, x, c) = K::byte(K::limit(mean * g(0, 0)));
+            float const mean = weighted_mean(wnes, p, g, ratio(p, g));
+            o.d(y, x, c) = byte(limit(mean * g(0, 0)));
         }
     });
     for (int iteration = 0; iteration < 3; ++iteration) {
@@ -300,14 +275,14 @@ RastelRGB8 slow_kimmel(Raw<P> const& raw)
             for (char const c : {'R', 'B'}) {
                 auto const p = value(y, x, c);
                 auto const at_least_1 = [&](int dy, int dx) { return std::max(p(dy, dx), 1.0F); };
-                sum = sum + p(0, 0) * K::mean(K::romboid(p, g), K::direct(ratio(g, at_least_1)), K::nwes);
+                sum = sum + p(0, 0) * weighted_mean(nwes, p, g, ratio(g, at_least_1));
             }
-            o.d(y, x, 'G') = K::byte(sum * 0.5F);
+            o.d(y, x, 'G') = byte(sum * 0.5F);
         });
         o.sites(4, h - 4, 4 + late, w - 4 + late, other_cell, [&](int y, int x) {
             auto const g = value(y, x, 'G'), p = value(y, x, o.colour(y, x));
-            float const mean = K::mean(K::square(p, g), K::diagonal(ratio(p, g)), K::square_order);
-            o.d(y, x, o.colour(y, x)) = K::byte(g(0, 0) * mean);
+            float const mean = weighted_mean(diagonal, p, g, ratio(p, g));
+            o.d(y, x, o.colour(y, x)) = byte(g(0, 0) * mean);
         });
     }
     return o.picture;

@@ -276,49 +276,6 @@ TEST(Conversion, SignedGrey16TakesATemporaryAtOtherSizes)
     EXPECT_TRUE(test::same_pixels(dst, wanted));
 }
 
-TEST(Conversion, SignChangesAreOneFlatRun)
-{
-    for (test::Size const size : {test::Size{6, 5}, test::Size{3, 3}, test::Size{9, 9}}) {
-        auto const bytes = test::random_image<Byte>(6, 5, 1);
-        auto const signed_bytes = test::random_image<signed char>(6, 5, 2);
-        auto const colours = test::random_image<RGB>(6, 5, 3);
-        test::FencedImage<signed char> a(size.width, size.height);
-        test::FencedImage<Byte> b(size.width, size.height);
-        test::FencedImage<signed char> c(size.width, size.height);
-        std::size_t const count = std::min<std::size_t>(30, a.image.room());
-        // So are these, which end with the destination's room as well.
-        test::FencedImage<RGB> colour(size.width, size.height);
-        ll_Mono16_to_RGB8(colour.image, RastelMono16(6, 5));
-        ll_Mono16_to_Mono8(b.image, RastelMono16(6, 5));
-        ll_Mono16s_to_Mono8(b.image, RastelMono16s(6, 5));
-        bytes >> a.image;
-        signed_bytes >> b.image;
-        colours >> c.image;
-        for (std::size_t i = 0; i < count; ++i) {
-            EXPECT_EQ(a.image.data()[i], bytes.data()[i] - 128);
-            EXPECT_EQ(b.image.data()[i], signed_bytes.data()[i] + 128);
-            RGB const p = colours.data()[i];
-            EXPECT_EQ(static_cast<Byte>(c.image.data()[i]), static_cast<Byte>(mixed("", p.r, p.g, p.b) - 127));
-        }
-    }
-}
-
-TEST(Conversion, GreyToColourWithAlphaWritesOnePixelMore)
-{
-    auto src = test::random_image<Byte>(5, 3, 1);
-    src.data()[15] = 99;
-    auto dst = test::dirty_image<TRGBA<Byte>>(5, 3);
-    auto const behind = dst.data()[16];
-    src >> dst;
-    EXPECT_EQ(dst.data()[15].g, 99);
-    EXPECT_EQ(dst.data()[15].a, 255);
-    EXPECT_EQ(std::memcmp(dst.data() + 16, &behind, 4), 0);
-    test::FencedImage<Byte> exact_src(5, 3);
-    test::FencedImage<TRGBA<Byte>> exact_dst(5, 3);
-    exact_src.image >> dst;
-    src >> exact_dst.image;
-}
-
 TEST(Conversion, ColourToColourWithAlpha)
 {
     for (test::Size const size : {test::Size{6, 5}, test::Size{4, 3}, test::Size{9, 9}}) {

@@ -49,20 +49,38 @@ int sobel(T const* p, int along, int across)
     return sum;
 }
 
-template <class Rule>
-void slow_gradient(Places const& at, int w, int h, Rule rule)
+Signed* s(Byte* bytes) { return reinterpret_cast<Signed*>(bytes); }
+
+template <auto kernel>
+void fast_gradient(Places const& at, int w, int h)
+{
+    kernel(s(at[0]), s(at[1]), at[2], w, h);
+}
+template <auto rule>
+void slow_gradient(Places const& at, int w, int h)
 {
     walk(w, h, [&](std::size_t i, int p) {
         at[0][i] = static_cast<Byte>(p < 0 ? 0 : rule(at[2] + p, 1, w));
         at[1][i] = static_cast<Byte>(p < 0 ? 0 : rule(at[2] + p, w, 1));
     });
 }
+int half_difference(Byte const* p, int along, int) { return (p[along] - p[-along]) / 2; }
+int eighth_of_sobel(Byte const* p, int along, int across) { return sobel(p, along, across) >> 3; }
 
+template <bool with_derivatives>
+void fast_hessian(Places const& at, int w, int h)
+{
+    auto* const det = reinterpret_cast<int*>(at[0]);
+    if constexpr (with_derivatives)
+        SobelHessianEx(det, s(at[1]), s(at[2]), s(at[3]), s(at[4]), s(at[5]), w, h);
+    else
+        SobelHessianEx(det, s(at[1]), s(at[2]), w, h);
+}
 template <bool with_derivatives>
 void slow_hessian(Places const& at, int w, int h)
 {
-    auto const* const gx = reinterpret_cast<Signed const*>(*(at.end() - 2));
-    auto const* const gy = reinterpret_cast<Signed const*>(*(at.end() - 1));
+    Signed const* const gx = s(*(at.end() - 2));
+    Signed const* const gy = s(*(at.end() - 1));
     walk(w, h, [&](std::size_t i, int p) {
         int const xx = p < 0 ? 0 : sobel(gx + p, 1, w);
         int const xy = p < 0 ? 0 : sobel(gy + p, 1, w);
@@ -76,28 +94,10 @@ void slow_hessian(Places const& at, int w, int h)
     });
 }
 
-Signed* s(Byte* bytes) { return reinterpret_cast<Signed*>(bytes); }
-
-Kernel const central{
-    "central", 3, [](Places const& at, int w, int h) { ll_grey_DerivativeGradient(s(at[0]), s(at[1]), at[2], w, h); },
-    [](Places const& at, int w, int h) {
-        slow_gradient(at, w, h, [](Byte const* p, int along, int) { return (p[along] - p[-along]) / 2; });
-    }};
-Kernel const sobel_gradient{
-    "Sobel", 3, [](Places const& at, int w, int h) { ll_grey_SobelGradient(s(at[0]), s(at[1]), at[2], w, h); },
-    [](Places const& at, int w, int h) {
-        slow_gradient(at, w, h, [](Byte const* p, int along, int across) { return sobel(p, along, across) >> 3; });
-    }};
-Kernel const hessian{"Hessian", 6,
-                     [](Places const& at, int w, int h) {
-                         SobelHessianEx(reinterpret_cast<int*>(at[0]), s(at[1]), s(at[2]), s(at[3]), s(at[4]), s(at[5]),
-                                        w, h);
-                     },
-                     slow_hessian<true>};
-Kernel const determinant{
-    "determinant", 3,
-    [](Places const& at, int w, int h) { SobelHessianEx(reinterpret_cast<int*>(at[0]), s(at[1]), s(at[2]), w, h); },
-    slow_hessian<false>};
+Kernel const central{"central", 3, fast_gradient<ll_grey_DerivativeGradient>, slow_gradient<half_difference>};
+Kernel const sobel_gradient{"Sobel", 3, fast_gradient<ll_grey_SobelGradient>, slow_gradient<eighth_of_sobel>};
+Kernel const hessian{"Hessian", 6, fast_hessian<true>, slow_hessian<true>};
+Kernel const determinant{"determinant", 3, fast_hessian<false>, slow_hessian<false>};
 
 /// Runs both forms over equal memory, in which the rasters lie at these bytes. Nothing else may change.
 void expect_rule(Kernel const& kernel, int w, int h, std::vector<int> const& offsets, std::size_t bytes)
