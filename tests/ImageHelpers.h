@@ -6,7 +6,6 @@
 #include "PixelTypes.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <ostream>
@@ -35,24 +34,8 @@ struct Size {
 inline std::ostream& operator<<(std::ostream& out, Size size) { return out << size.width << " x " << size.height; }
 
 /// Empty, single, odd, around the widths of vector registers, and flat or tall.
-constexpr std::array<Size, 18> awkward_sizes{{{0, 0},
-                                              {0, 5},
-                                              {5, 0},
-                                              {1, 1},
-                                              {2, 1},
-                                              {1, 2},
-                                              {2, 2},
-                                              {3, 3},
-                                              {1, 9},
-                                              {9, 1},
-                                              {5, 4},
-                                              {7, 11},
-                                              {16, 3},
-                                              {17, 16},
-                                              {31, 7},
-                                              {33, 32},
-                                              {64, 5},
-                                              {67, 41}}};
+constexpr Size awkward_sizes[] = {{0, 0}, {0, 5}, {5, 0},  {1, 1},  {2, 1},   {1, 2},  {2, 2},   {3, 3},  {1, 9},
+                                  {9, 1}, {5, 4}, {7, 11}, {16, 3}, {17, 16}, {31, 7}, {33, 32}, {64, 5}, {67, 41}};
 
 /// Noise over all that the image's buffer may be touched in: pixels and guard area.
 template <class T>

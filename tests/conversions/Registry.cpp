@@ -8,7 +8,6 @@
 
 #include <boost/bind/bind.hpp>
 #include <functional>
-#include <memory>
 #include <mutex>
 #include <set>
 #include <typeinfo>
@@ -45,29 +44,7 @@ std::string thrown_string(Rastel const& src, Rastel& dst)
     return "nothing thrown";
 }
 
-using AnyImages = std::vector<std::unique_ptr<Rastel>>;
-
-template <class... T>
-AnyImages one_of_each(::testing::Types<T...>, unsigned int width, unsigned int height)
-{
-    AnyImages images;
-    (images.push_back(std::make_unique<TImage<T>>(width, height)), ...);
-    return images;
-}
-
-TEST(Registry, HasFortyThreePairsAndNoOther)
-{
-    AnyImages const images = one_of_each(test::AllPixelTypes{}, 4, 4);
-    int found = 0;
-    for (auto const& src : images)
-        for (auto const& dst : one_of_each(test::AllPixelTypes{}, 4, 4)) {
-            std::string const message = thrown_string(*src, *dst);
-            found += message == "nothing thrown";
-            EXPECT_TRUE(message == "nothing thrown" || message == failure_text(*src, *dst, "Function not found"));
-        }
-    EXPECT_EQ(found, 43);
-    EXPECT_EQ(OperatorRegister<ConversionRegister>::Instance().Size(), 43U);
-}
+TEST(Registry, HasFortyThreePairs) { EXPECT_EQ(OperatorRegister<ConversionRegister>::Instance().Size(), 43U); }
 
 TEST(Registry, ALaterRowReplacesAnEarlierOne)
 {
