@@ -105,6 +105,15 @@ std::string printed_by(Call const& call)
     return ::testing::internal::GetCapturedStdout();
 }
 
+/// An image class of a user's own.
+struct Foreign : rastel::Rastel {
+    rastel::ImageTypeRecord const* image_type_info() const override
+    {
+        static constexpr rastel::ImageTypeRecord record{4711};
+        return &record;
+    }
+};
+
 /// A dirty image over memory of exactly `room` bytes, between zones that must not change. Under the address sanitizer
 /// touching them is a finding at once, for reading too.
 template <class T>

@@ -11,6 +11,12 @@ using namespace rastel::impl;
 using Byte = unsigned char;
 using RGB = TRGB<Byte>;
 
+struct Rows {
+    Byte* out;
+    Byte const *in, *more;
+    std::size_t count;
+};
+
 /// Runs a row function of both forms on equal inputs at every count and some alignments, and on inputs that the output
 /// overwrites, where the function allows that.
 template <class Run>
@@ -22,16 +28,16 @@ void expect_equal_forms(char const* name, Run const& run, bool overlapping = tru
         for (std::size_t const shift : {0U, 1U, 7U, 32U}) {
             test::Guarded<Byte> expected(4 * count + shift);
             test::Guarded<Byte> actual(4 * count + shift);
-            run(plain(), expected.data() + shift, in.data() + shift, more.data() + shift, count);
-            run(colour_rows(), actual.data() + shift, in.data() + shift, more.data() + shift, count);
+            run(plain(), Rows{expected.data() + shift, in.data() + shift, more.data() + shift, count});
+            run(colour_rows(), Rows{actual.data() + shift, in.data() + shift, more.data() + shift, count});
             ASSERT_EQ(actual.values(), expected.values()) << name << ", " << count << " pixels, shift " << shift;
             ASSERT_TRUE(actual.guards_intact()) << name << ", " << count << " pixels";
         }
     for (std::size_t const at : {0U, 20U, 1400U}) { // over the first input's start, inside it, over the second input
         auto expected = test::random_values<Byte>(3000, 3);
         auto actual = expected;
-        run(plain(), expected.data() + at, expected.data() + 10, expected.data() + 1410, 200);
-        run(colour_rows(), actual.data() + at, actual.data() + 10, actual.data() + 1410, 200);
+        run(plain(), Rows{expected.data() + at, expected.data() + 10, expected.data() + 1410, 200});
+        run(colour_rows(), Rows{actual.data() + at, actual.data() + 10, actual.data() + 1410, 200});
         ASSERT_TRUE(!overlapping || actual == expected) << name << ", overlapping from " << at;
     }
 }
@@ -41,33 +47,26 @@ RGB const* colours(Byte const* bytes) { return reinterpret_cast<RGB const*>(byte
 
 TEST(ColourRows, VectorsGiveThePlainLoopsBytes)
 {
-    expect_equal_forms("grey", [](auto form, Byte* out, Byte const* in, Byte const*, std::size_t count) {
-        decltype(form)::spread_grey(colours(out), in, count);
-    });
+    expect_equal_forms("grey", [](auto form, Rows r) { form.spread_grey(colours(r.out), r.in, r.count); });
     for (Byte const mask : {Byte{0}, Byte{255}}) {
-        expect_equal_forms("grey, alpha", [mask](auto form, Byte* out, Byte const* in, Byte const*, std::size_t count) {
-            decltype(form)::spread_grey_alpha(out, in, count, mask);
-        });
-        expect_equal_forms("alpha", [mask](auto form, Byte* out, Byte const* in, Byte const*, std::size_t count) {
-            decltype(form)::add_alpha(out, colours(in), count, mask);
-        });
+        expect_equal_forms("grey, alpha",
+                           [mask](auto form, Rows r) { form.spread_grey_alpha(r.out, r.in, r.count, mask); });
+        expect_equal_forms("alpha", [mask](auto form, Rows r) { form.add_alpha(r.out, colours(r.in), r.count, mask); });
     }
-    expect_equal_forms("average", [](auto form, Byte* out, Byte const* in, Byte const*, std::size_t count) {
-        decltype(form)::template mix_pixels<channels_average>(out, colours(in), count);
+    expect_equal_forms("average", [](auto form, Rows r) {
+        form.template mix_pixels<channels_average>(r.out, colours(r.in), r.count);
     });
-    expect_equal_forms("standard", [](auto form, Byte* out, Byte const* in, Byte const*, std::size_t count) {
-        decltype(form)::template mix_pixels<channels_standard_coefficients>(out, colours(in), count);
+    expect_equal_forms("standard", [](auto form, Rows r) {
+        form.template mix_pixels<channels_standard_coefficients>(r.out, colours(r.in), r.count);
     });
-    expect_equal_forms("cells", [](auto form, Byte* out, Byte const* in, Byte const* more, std::size_t count) {
-        decltype(form)::mean_of_cells(out, in, more, count);
-    });
+    expect_equal_forms("cells", [](auto form, Rows r) { form.mean_of_cells(r.out, r.in, r.more, r.count); });
     for (bool const streamed : {false, true}) {
-        auto const join = [streamed](auto form, Byte* out, Byte const* in, Byte const* more, std::size_t count) {
-            decltype(form)::join_channels(colours(out), in, more, in + 300, count, streamed);
+        auto const join = [streamed](auto form, Rows r) {
+            form.join_channels(colours(r.out), r.in, r.more, r.in + 300, r.count, streamed);
         };
-        auto const join_pairs = [streamed](auto form, Byte* out, Byte const* in, Byte const* more, std::size_t count) {
-            decltype(form)::join_pairs(colours(out), {in, more, in + 300}, {more + 300, in + 600, more + 600},
-                                       count / 2, streamed);
+        auto const join_pairs = [streamed](auto form, Rows r) {
+            form.join_pairs(colours(r.out), {r.in, r.more, r.in + 300}, {r.more + 300, r.in + 600, r.more + 600},
+                            r.count / 2, streamed);
         };
         expect_equal_forms("join", join, false);
         expect_equal_forms("join pairs", join_pairs, false);

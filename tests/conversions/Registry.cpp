@@ -16,17 +16,8 @@ namespace
 {
 
 using namespace rastel;
+using test::Foreign;
 using test::printed_by;
-
-/// An image class of a user's own.
-class Foreign : public Rastel
-{
-public:
-    ImageTypeRecord const* image_type_info() const override { return &record; }
-
-private:
-    static constexpr ImageTypeRecord record{1000};
-};
 
 std::string failure_text(Rastel const& src, Rastel const& dst, std::string const& reason)
 {

@@ -132,15 +132,16 @@ std::vector<S> features(std::size_t count, unsigned seed, unsigned rarity)
     return values;
 }
 
-/// Both calls start from the same dirty content; all elements and the guards around them must agree.
-template <class T, class Fast, class Slow>
-::testing::AssertionResult agree(std::size_t count, Fast const& fast, Slow const& reference)
+/// Runs a transform (true) and its reference (false) over equal dirty memory; all elements and the guards around them
+/// must agree.
+template <class T, class Run>
+::testing::AssertionResult agree(std::size_t count, Run const& run)
 {
     test::Guarded<T> actual(count);
     std::vector<T> expected = actual.values();
     expected.resize(count + 1);
-    fast(actual.data());
-    reference(expected.data());
+    run(true, actual.data());
+    run(false, expected.data());
     if (!actual.guards_intact())
         return ::testing::AssertionFailure() << "guard bytes changed";
     return test::same_raster(actual.data(), expected.data(), count, 1);
@@ -174,17 +175,18 @@ TYPED_TEST(Distance, FrontEndsFollowTheScans)
     struct Size {
         int width, height;
     };
-    std::vector<Size> sizes{{33, 40},
-                            {64, 7},
-                            {101, 70},
-                            {1, 200},
-                            {300, 2},
-                            {2100, 5},
-                            {260, 261},
-                            {-3, 4},
-                            {4, -3},
-                            {-1, -1},
-                            {5, std::numeric_limits<int>::min()}};
+    constexpr Size larger_and_below_0[] = {{33, 40},
+                                           {64, 7},
+                                           {101, 70},
+                                           {1, 200},
+                                           {300, 2},
+                                           {2100, 5},
+                                           {260, 261},
+                                           {-3, 4},
+                                           {4, -3},
+                                           {-1, -1},
+                                           {5, std::numeric_limits<int>::min()}};
+    std::vector<Size> sizes(std::begin(larger_and_below_0), std::end(larger_and_below_0));
     for (int i = 0; i < 49; ++i)
         sizes.push_back({i % 7, i / 7});
     for (Size const size : sizes)
@@ -198,9 +200,10 @@ TYPED_TEST(Distance, FrontEndsFollowTheScans)
                 // A column scan at height 0 and a row scan at width 0 store all the same.
                 std::size_t const room = count + (count == 0 ? 6 : extra ? 1 : 0);
                 auto const check = [&](auto transform, slow::Family family) {
-                    EXPECT_TRUE(agree<D>(
-                        room, [&](D* dst) { transform(src.data(), dst, size.width, size.height, threads); },
-                        [&](D* dst) { slow::transform<Metric>(family, src.data(), dst, width, height, threads); }));
+                    EXPECT_TRUE(agree<D>(room, [&](bool fast, D* dst) {
+                        fast ? transform(src.data(), dst, size.width, size.height, threads)
+                             : slow::transform<Metric>(family, src.data(), dst, width, height, threads);
+                    }));
                 };
                 check(&DistanceTransform<Metric, S, D>, slow::plane);
                 check(&VerticalDistanceTransform<Metric, S, D>, slow::vertical);
@@ -225,15 +228,11 @@ TYPED_TEST(Distance, MetricsKeepToTheirStride)
         long const origin = stride < 0 ? -stride * (height - 1) : 0;
         auto const src = features<S>(room, 3, 6);
         auto const check = [&](bool columns) {
-            return agree<D>(
-                room,
-                [&](D* dst) {
-                    auto const transform = columns ? &Metric::template vdt<S, D> : &Metric::template hdt<S, D>;
-                    transform(src.data() + origin, dst + origin, width, height, stride);
-                },
-                [&](D* dst) {
-                    slow::lines<Metric>(columns, src.data() + origin, dst + origin, width, height, stride, true);
-                });
+            return agree<D>(room, [&](bool fast, D* dst) {
+                auto const transform = columns ? &Metric::template vdt<S, D> : &Metric::template hdt<S, D>;
+                fast ? transform(src.data() + origin, dst + origin, width, height, stride)
+                     : slow::lines<Metric>(columns, src.data() + origin, dst + origin, width, height, stride, true);
+            });
         };
         EXPECT_TRUE(check(true)) << stride;
         bool const outside = stride < 0 && !std::is_same_v<Metric, Euclidean>; // first elements, stepped by width
@@ -262,20 +261,15 @@ TYPED_TEST(Distance, RowPhaseIsTheExactMinimum)
     if (!std::is_same_v<T, typename TypeParam::S>)
         GTEST_SKIP() << "has no source";
     auto const check = [](std::vector<T> const& rows, unsigned width, unsigned height, int threads) {
-        return agree<T>(
-            rows.size(),
-            [&](T* buffer) {
-                std::copy(rows.begin(), rows.end(), buffer);
-                if (threads > 0)
-                    detail::meijster_mcore<Metric>(buffer, width, height, threads);
-                else if (!detail::meijster_2_pass(buffer, width, height, Metric()))
-                    ADD_FAILURE() << "gave back false";
-            },
-            [&](T* buffer) {
-                std::copy(rows.begin(), rows.end(), buffer);
-                for (unsigned y = 0; y < height && width > 0; ++y)
-                    slow::row<Metric>(buffer + y * width, static_cast<int>(width));
-            });
+        return agree<T>(rows.size(), [&](bool fast, T* buffer) {
+            std::copy(rows.begin(), rows.end(), buffer);
+            for (unsigned y = 0; !fast && y < height && width > 0; ++y)
+                slow::row<Metric>(buffer + y * width, static_cast<int>(width));
+            if (fast && threads > 0)
+                detail::meijster_mcore<Metric>(buffer, width, height, threads);
+            else if (fast && !detail::meijster_2_pass(buffer, width, height, Metric()))
+                ADD_FAILURE() << "gave back false";
+        });
     };
     for (unsigned kind = 0; kind < 5; ++kind) {
         for (unsigned width = 0; width < 140; ++width)

@@ -14,6 +14,7 @@ namespace
 using namespace rastel;
 using test::failure;
 using test::FencedImage;
+using test::Foreign;
 using test::image_of;
 using test::Memory;
 using test::pixels_of;
@@ -22,15 +23,6 @@ using test::random_image;
 using test::Size;
 using Mono8 = unsigned char;
 using RGB8 = TRGB<unsigned char>;
-
-/// An image class of the caller's own.
-struct Foreign : Rastel {
-    ImageTypeRecord const* image_type_info() const override
-    {
-        static constexpr ImageTypeRecord record{4711};
-        return &record;
-    }
-};
 
 TEST(EntryPoints, FailOnAnUnregisteredType)
 {
