@@ -276,6 +276,24 @@ TEST(Conversion, SignedGrey16TakesATemporaryAtOtherSizes)
     EXPECT_TRUE(test::same_pixels(dst, wanted));
 }
 
+TEST(Conversion, FlatRunsStayInTheRoom)
+{
+    for (test::Size const size : {test::Size{6, 5}, test::Size{3, 3}, test::Size{9, 9}}) {
+        test::FencedImage<Byte> grey(size.width, size.height);
+        test::FencedImage<signed char> signed_grey(size.width, size.height);
+        test::FencedImage<RGB> colour(size.width, size.height);
+        test::FencedImage<TRGBA<Byte>> alpha(size.width, size.height); // which takes a pixel more if it can
+        ll_Mono16_to_RGB8(colour.image, RastelMono16(6, 5));
+        ll_Mono16_to_Mono8(grey.image, RastelMono16(6, 5));
+        ll_Mono16s_to_Mono8(grey.image, RastelMono16s(6, 5));
+        test::random_image<RGB>(6, 5, 1) >> signed_grey.image;
+        test::random_image<Byte>(6, 5, 1) >> signed_grey.image;
+        test::random_image<signed char>(6, 5, 1) >> grey.image;
+        test::random_image<Byte>(size, 1) >> alpha.image;
+        grey.image >> *std::make_unique<RastelRGBA8>(size.width, size.height);
+    }
+}
+
 TEST(Conversion, ColourToColourWithAlpha)
 {
     for (test::Size const size : {test::Size{6, 5}, test::Size{4, 3}, test::Size{9, 9}}) {
