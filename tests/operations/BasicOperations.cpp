@@ -79,6 +79,19 @@ TEST(EntryPoints, CompareTypesAndSizesWhereTold)
     DeInterlace_OddField(highest, half);
 }
 
+TEST(EntryPoints, WorkOnADestinationOfAnotherTypeAsTheSources)
+{
+    auto const colour = image_of<RGB8>(2, 1, {{1, 2, 3}, {4, 5, 6}});
+    FencedImage<Mono8> narrow(2, 1, 5); // one RGB pixel and two thirds of the next
+    auto const first_pixel = [&] { return std::vector<Mono8>(narrow.image.data(), narrow.image.data() + 3); };
+    Crop(colour, narrow.image, 0, 0, 1, 0, false);
+    EXPECT_EQ(first_pixel(), (std::vector<Mono8>{1, 2, 3}));
+    LinComb(colour, 2, static_cast<Rastel&>(narrow.image));
+    EXPECT_EQ(first_pixel(), (std::vector<Mono8>{3, 6, 9}));
+    Resample(colour, static_cast<Rastel&>(narrow.image), RESAMPLE);
+    EXPECT_EQ(first_pixel(), (std::vector<Mono8>{1, 2, 3}));
+}
+
 TEST(EntryPoints, WorkOnADestinationThatLiesBetweenItsSamples)
 {
     auto const deep = image_of<RastelMono16::Pixel>(2, 1, {0x0102, 0x0304});
