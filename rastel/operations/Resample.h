@@ -8,7 +8,6 @@
 #include <rastel/oq/Location.h>
 #include <rastel/oq/Log.h>
 #include <rastel/oq/Numeric.h>
-#include <rastel/oq/Prefetch.h>
 
 #include <cmath>
 #include <stdexcept>
@@ -54,7 +53,7 @@ void resample_nearest(TImage<T> const& src, TImage<T>& dst, float offset)
             std::size_t const next_row = std::size_t{next.pixel(offset)} * src.width;
             std::size_t const ahead = in_room(src, next_row, src.width);
             if (ahead > 0 && next_row > source_row + src.width) // left out rows aren't foreseen by the processor
-                oq::fetch_to_read(src.data() + next_row, ahead * sizeof(T));
+                fetch_to_read(src.data() + next_row, ahead * sizeof(T));
             pick_row(out, src, source_row, columns, count);
         }
         above = source_row;
@@ -93,7 +92,7 @@ void halve(TImage<T> const& src, TImage<T>& dst)
         auto const* const below = samples(src.data() + lower);
         std::size_t const ahead = row + 1 < height ? in_room(src, lower + pitch, 2 * pitch) : 0;
         if (ahead > 0)
-            oq::fetch_to_read(below + pitch * channels<T>, ahead * sizeof(T));
+            fetch_to_read(below + pitch * channels<T>, ahead * sizeof(T));
         std::size_t done = 0;
         if constexpr (sizeof(T) == 3)
             done = halve_triples(out, above, below, count);

@@ -4,7 +4,6 @@
 #include <rastel/conversions/ColourRows.h>
 #include <rastel/conversions/bayer/Bands.h>
 #include <rastel/conversions/bayer/Scale.h>
-#include <rastel/oq/Prefetch.h>
 #include <rastel/oq/RowRuns.h>
 
 #include <algorithm>
@@ -50,13 +49,6 @@ public:
     unsigned char* above() { return samples_.data(); }
     unsigned char* green() { return samples_.data() + width_; }
     unsigned char* below() { return samples_.data() + 2 * width_; }
-
-    /// Lets a row's lines come while its channels are made.
-    void fetch(RGB8* out, std::size_t count) const
-    {
-        if (!streaming_.on())
-            oq::fetch_to_write(out, count * sizeof(RGB8));
-    }
 
     void write(RGB8* out, bool red_above, std::size_t count)
     {
@@ -107,7 +99,6 @@ void decode_rows(RGB8* dst, Mosaic<P> const& src, Rows rows, Scale scale)
     auto const row = [&](std::size_t y) {
         Sample const* const upper = samples(src) + y * width;
         RGB8* const out = dst + y * width;
-        channels.fetch(out, width);
         quad_row<green>(channels.above(), channels.green(), channels.below(), upper, upper + width,
                         columns.of(colour_x<P>(y)), width - 1, scale);
         channels.write(out, holds_red<P>(y), width - 1);

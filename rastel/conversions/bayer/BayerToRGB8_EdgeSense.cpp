@@ -2,7 +2,6 @@
 
 #include <rastel/conversions/bayer/Bands.h>
 #include <rastel/conversions/bayer/ColourDifferences.h>
-#include <rastel/oq/Prefetch.h>
 
 using namespace rastel;
 using namespace rastel::impl;
@@ -32,7 +31,6 @@ public:
         Span const with_neighbours{rows.start - (rows.start > 0 ? 1 : 0), std::min<std::size_t>(rows.end + 1, height_)};
         for (std::size_t y = rows.start - std::min(rows.start, 3u); y < band.end + 3; ++y) {
             at(y, 0, {0, height_}, [this](std::size_t row) { this->load(row); });
-            at(y, 1, with_neighbours, [this](std::size_t row) { fetch_border(row); });
             at(y, 2, with_neighbours, [this](std::size_t row) { make_green(row); });
             at(y, 3, band, [this](std::size_t row) {
                 Span const columns = inner_columns(row);
@@ -53,13 +51,6 @@ private:
         std::size_t const even_width = width_ - width_ % 2;
         bool const any = even_width > 4 && y >= 2 && y + 2 < height_;
         return any ? Span{2, even_width - 2} : Span{0, 0};
-    }
-
-    /// Asks for the greens that make_green() will read from the destination.
-    void fetch_border(std::size_t y)
-    {
-        for (std::size_t const x : {std::size_t{0}, width_ - std::min<std::size_t>(width_, 2)})
-            oq::fetch_to_write(dst_ + y * width_ + x, 2 * sizeof(RGB8));
     }
 
     void make_green(std::size_t y)
