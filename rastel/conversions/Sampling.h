@@ -10,6 +10,7 @@
 #include <rastel/operations/Pixels.h>
 #include <rastel/operations/Sampling.h>
 #include <rastel/oq/Numeric.h>
+#include <rastel/oq/Prefetch.h>
 #include <rastel/oq/RowRuns.h>
 
 #include <algorithm>
@@ -368,9 +369,15 @@ struct SinglePixelOfBox {
 template <class S, class D, class Quad>
 void sample_halves(TImage<D>& dst, TImage<S> const& src, Quad const& quad)
 {
-    for (std::uint32_t y = 0; y < dst.height; ++y)
-        quad(dst.data() + std::size_t{y} * dst.width, sample_row(src, 2 * std::uint64_t{y}),
-             sample_row(src, 2 * std::uint64_t{y} + 1), std::size_t{dst.width});
+    std::size_t const two_rows = 2 * std::size_t{src.width};
+    for (std::uint32_t y = 0; y < dst.height; ++y) {
+        std::size_t const upper = y * two_rows;
+        // Pairs of rows are more than the processor foresees.
+        if (std::size_t const ahead = detail::in_room(src, upper + two_rows, two_rows); ahead != 0)
+            oq::fetch_to_read(src.data() + upper + two_rows, ahead * sizeof(S));
+        quad(dst.data() + std::size_t{y} * dst.width, detail::samples(src.data() + upper),
+             detail::samples(src.data() + upper + src.width), std::size_t{dst.width});
+    }
 }
 
 } // namespace rastel::impl
