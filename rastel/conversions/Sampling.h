@@ -10,7 +10,6 @@
 #include <rastel/operations/Pixels.h>
 #include <rastel/operations/Sampling.h>
 #include <rastel/oq/Numeric.h>
-#include <rastel/oq/Prefetch.h>
 #include <rastel/oq/RowRuns.h>
 
 #include <algorithm>
@@ -374,7 +373,7 @@ void sample_halves(TImage<D>& dst, TImage<S> const& src, Quad const& quad)
         std::size_t const upper = y * two_rows;
         // Pairs of rows are more than the processor foresees.
         if (std::size_t const ahead = detail::in_room(src, upper + two_rows, two_rows); ahead != 0)
-            oq::fetch_to_read(src.data() + upper + two_rows, ahead * sizeof(S));
+            detail::fetch_to_read(src.data() + upper + two_rows, ahead * sizeof(S));
         quad(dst.data() + std::size_t{y} * dst.width, detail::samples(src.data() + upper),
              detail::samples(src.data() + upper + src.width), std::size_t{dst.width});
     }
