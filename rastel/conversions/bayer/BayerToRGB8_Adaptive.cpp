@@ -2,7 +2,7 @@
 
 #include <rastel/conversions/bayer/Bands.h>
 #include <rastel/conversions/bayer/Frame.h>
-#include <rastel/conversions/bayer/Plain.h>
+#include <rastel/conversions/bayer/WholeImage.h>
 
 #include <cstdlib>
 #include <stdexcept>
@@ -105,16 +105,11 @@ public:
 
     void decode()
     {
-        Span const all{0, height_};
-        for (std::size_t y = 0; y < height_ + 3; ++y) {
-            at(y, 0, all, [this](std::size_t row) { this->load(row); });
-            at(y, 2, all, [this](std::size_t row) { make_green(row); });
-            at(y, 3, all, [this](std::size_t row) {
-                make_colours_of_green(row);
-                make_other(row);
-                this->write(row, {0, width_});
-            });
-        }
+        this->decode_rows([this](std::size_t y) { make_green(y); },
+                          [this](std::size_t y) {
+                              make_colours_of_green(y);
+                              make_other(y);
+                          });
     }
 
 private:
@@ -150,12 +145,6 @@ private:
                      diagonal(green_of_colour_, y, parity, i), sites.size());
     }
 };
-
-template <class P>
-void decode(RGB8* dst, Byte const* src, std::size_t width, std::size_t height)
-{
-    Adaptive<P>(dst, src, width, height).decode();
-}
 
 /// The colour of the two neighbours that lie `step` before and behind a green site.
 int over_pair(unsigned char const* p, unsigned char const* g, std::ptrdiff_t step)
@@ -243,19 +232,12 @@ int calc_P_For_NotP(unsigned char const* p, unsigned char* g, int stride, int di
 template <class P>
 RastelRGB8& Bayer_to_RGB8_adaptive(RastelRGB8& dst, Mosaic<P> const& src, std::uint32_t band, std::uint32_t)
 {
-    if constexpr (sizeof(typename P::Sample) == 1) {
-        if (band == 0 && !any_empty(src, dst) && decodable(dst, src))
-            decode<P>(dst.data(), samples(src), src.width, src.height);
-        return dst;
-    } else {
-        fail_unfinished<P>("Bayer_to_RGB8_adaptive");
-    }
+    return decode_whole<Adaptive>(dst, src, band, "Bayer_to_RGB8_adaptive");
 }
 
 void Bayer_to_RGB8_adaptive(unsigned char const* src, unsigned char* dst, int width, int height, int pattern)
 {
-    decode_plain(src, dst, width, height, pattern,
-                 [](auto p, auto... arguments) { decode<decltype(p)>(arguments...); });
+    decode_plain<Adaptive>(src, dst, width, height, pattern);
 }
 
 template BandDecoder<RastelRGB8, TBGGR<unsigned char>> Bayer_to_RGB8_adaptive;

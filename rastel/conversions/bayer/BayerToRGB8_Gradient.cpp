@@ -3,7 +3,7 @@
 #include <rastel/conversions/bayer/Bands.h>
 #include <rastel/conversions/bayer/ColourDifferences.h>
 #include <rastel/conversions/bayer/Frame.h>
-#include <rastel/conversions/bayer/Plain.h>
+#include <rastel/conversions/bayer/WholeImage.h>
 
 #include <stdexcept>
 
@@ -26,15 +26,7 @@ public:
 
     void decode()
     {
-        Span const all{0, height_};
-        for (std::size_t y = 0; y < height_ + 3; ++y) {
-            at(y, 0, all, [this](std::size_t row) { this->load(row); });
-            at(y, 2, all, [this](std::size_t row) { make_green(row); });
-            at(y, 3, all, [this](std::size_t row) {
-                make_colours(row);
-                this->write(row, {0, width_});
-            });
-        }
+        this->decode_rows([this](std::size_t y) { make_green(y); }, [this](std::size_t y) { make_colours(y); });
     }
 
 private:
@@ -90,12 +82,6 @@ private:
     RowRing<short, 4> differences_{this->sites()};
 };
 
-template <class P>
-void decode(RGB8* dst, Byte const* src, std::size_t width, std::size_t height)
-{
-    Gradient<P>(dst, src, width, height).decode();
-}
-
 } // namespace
 
 int calc_G_Gradient(unsigned char const* p, int stride, int dir)
@@ -132,19 +118,12 @@ int calc_P_Gradient_For_NotP(unsigned char const* p, unsigned char* g, int strid
 template <class P>
 RastelRGB8& Bayer_to_RGB8_gradient(RastelRGB8& dst, Mosaic<P> const& src, std::uint32_t band, std::uint32_t)
 {
-    if constexpr (sizeof(typename P::Sample) == 1) {
-        if (band == 0 && !any_empty(src, dst) && decodable(dst, src))
-            decode<P>(dst.data(), samples(src), src.width, src.height);
-        return dst;
-    } else {
-        fail_unfinished<P>("Bayer_to_RGB8_gradient");
-    }
+    return decode_whole<Gradient>(dst, src, band, "Bayer_to_RGB8_gradient");
 }
 
 void Bayer_to_RGB8_gradient(unsigned char const* src, unsigned char* dst, int width, int height, int pattern)
 {
-    decode_plain(src, dst, width, height, pattern,
-                 [](auto p, auto... arguments) { decode<decltype(p)>(arguments...); });
+    decode_plain<Gradient>(src, dst, width, height, pattern);
 }
 
 template BandDecoder<RastelRGB8, TBGGR<unsigned char>> Bayer_to_RGB8_gradient;

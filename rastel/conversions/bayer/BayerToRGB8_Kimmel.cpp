@@ -2,7 +2,7 @@
 
 #include <rastel/conversions/bayer/Bands.h>
 #include <rastel/conversions/bayer/Frame.h>
-#include <rastel/conversions/bayer/Plain.h>
+#include <rastel/conversions/bayer/WholeImage.h>
 
 #include <algorithm>
 #include <cmath>
@@ -362,12 +362,6 @@ private:
     std::vector<Byte> refined_green_ = std::vector<Byte>(this->sites() + 1);
 };
 
-template <class P>
-void decode(RGB8* dst, Byte const* src, std::size_t width, std::size_t height)
-{
-    Kimmel<P>(dst, src, width, height).decode();
-}
-
 /// The neighbours of a pixel in memory, `step` elements a column and `row` a row.
 Romboid neighbours(Byte const* p, std::ptrdiff_t step, std::ptrdiff_t row)
 {
@@ -435,19 +429,12 @@ float adjust_P_from_Square_SrcPixel(Byte* p, int stride, Byte* g)
 template <class P>
 RastelRGB8& Bayer_to_RGB8_kimmel(RastelRGB8& dst, Mosaic<P> const& src, std::uint32_t band, std::uint32_t)
 {
-    if constexpr (sizeof(typename P::Sample) == 1) {
-        if (band == 0 && !any_empty(src, dst) && decodable(dst, src))
-            decode<P>(dst.data(), samples(src), src.width, src.height);
-        return dst;
-    } else {
-        fail_unfinished<P>("Bayer_to_RGB8_kimmel");
-    }
+    return decode_whole<Kimmel>(dst, src, band, "Bayer_to_RGB8_kimmel");
 }
 
 void Bayer_to_RGB8_kimmel(Byte const* src, Byte* dst, int width, int height, int pattern)
 {
-    decode_plain(src, dst, width, height, pattern,
-                 [](auto p, auto... arguments) { decode<decltype(p)>(arguments...); });
+    decode_plain<Kimmel>(src, dst, width, height, pattern);
 }
 
 template BandDecoder<RastelRGB8, TBGGR<unsigned char>> Bayer_to_RGB8_kimmel;

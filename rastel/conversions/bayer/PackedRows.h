@@ -141,6 +141,21 @@ protected:
                   width_);
     }
 
+    /// Decodes all rows: colours need the greens of the rows above and below, and those the samples of two rows there.
+    template <class MakeGreen, class MakeColours>
+    void decode_rows(MakeGreen make_green, MakeColours make_colours)
+    {
+        Span const all{0, height_};
+        for (std::size_t y = 0; y < height_ + 3; ++y) {
+            at(y, 0, all, [this](std::size_t row) { load(row); });
+            at(y, 2, all, make_green);
+            at(y, 3, all, [this, &make_colours](std::size_t row) {
+                make_colours(row);
+                write(row, {0, width_});
+            });
+        }
+    }
+
     /// The sites of a row that are made, of those with this parity; the others become 0.
     Span begin_row(Byte* row, std::size_t y, Area const& area, unsigned parity) const
     {
