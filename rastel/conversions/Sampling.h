@@ -300,8 +300,9 @@ void sample_boxes_with(TImage<D>& dst, TImage<S> const& src, Boxes const& rows, 
     std::vector<S> pixels(dst.width);
     std::vector<ColumnSum> column_sums(std::size_t{columns.limits.back()} * channels + 4);
     std::vector<Sum> sums(dst.width * channels);
-    std::vector<float> reciprocals(sums.size());
-    std::uint32_t reciprocals_height = 0;
+    // Boxes are of two heights, one more than the other: the reciprocals of both stay.
+    std::array<std::vector<float>, 2> reciprocals;
+    std::array<std::uint32_t, 2> reciprocals_height{};
 
     for (std::uint32_t y = 0; y < dst.height; ++y) {
         std::uint32_t const first_row = rows.limits[y];
@@ -318,16 +319,20 @@ void sample_boxes_with(TImage<D>& dst, TImage<S> const& src, Boxes const& rows, 
         std::fill(column_sums.begin(), column_sums.end(), ColumnSum{0});
         for (std::uint32_t row = first_row; row < end_row; ++row)
             add_row(column_sums.data(), sample_row(src, row), covered);
-        if (y == 0 || box_height != reciprocals_height)
-            reciprocal_row<channels>(reciprocals.data(), columns.limits.data(), box_height, dst.width);
-        reciprocals_height = box_height;
+        std::size_t const kept = box_height % 2;
+        std::vector<float>& of_height = reciprocals[kept];
+        if (of_height.empty() || box_height != reciprocals_height[kept]) {
+            of_height.resize(sums.size());
+            reciprocal_row<channels>(of_height.data(), columns.limits.data(), box_height, dst.width);
+        }
+        reciprocals_height[kept] = box_height;
         if constexpr (triples) {
             if (narrow)
                 sum_triples(sums.data(), column_sums.data(), columns, count);
         }
         if (!triples || !narrow)
             box_sums<channels>(sums.data(), column_sums.data(), columns, count);
-        rule_row<Rule>(detail::samples(pixels.data()), sums.data(), reciprocals.data(), count * channels);
+        rule_row<Rule>(detail::samples(pixels.data()), sums.data(), of_height.data(), count * channels);
         write(dst.data() + std::size_t{y} * dst.width, pixels.data(), count);
     }
 }
