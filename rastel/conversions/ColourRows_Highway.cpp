@@ -204,10 +204,10 @@ std::size_t MeanOfCells(std::uint8_t* out, std::uint8_t const* upper, std::uint8
     return i;
 }
 
-/// Joins the channels that load(i, r, g, b) gives for the pixels from i on. Only x86 has stores that go past the caches
-/// here.
+/// Joins the channels that load(i, r, g, b) gives for the pixels from i on, a multiple of `step`. Only x86 has stores
+/// that go past the caches here.
 template <class Load>
-HWY_INLINE std::size_t Join(std::uint8_t* out, std::size_t count, bool streamed, Load load)
+HWY_INLINE std::size_t Join(std::uint8_t* out, std::size_t count, bool streamed, std::size_t step, Load load)
 {
     Bytes const d;
     std::size_t const lanes = hn::Lanes(d);
@@ -218,11 +218,14 @@ HWY_INLINE std::size_t Join(std::uint8_t* out, std::size_t count, bool streamed,
         load(i, r, g, b);
         hn::StoreInterleaved3(r, g, b, d, pixels);
     };
-    bool const aligned = reinterpret_cast<std::uintptr_t>(out) % lanes == 0;
-    if (!streamed || !aligned || !HWY_ARCH_X86)
+    // Vectors are aligned from this pixel on: 171 is a third modulo 256.
+    std::size_t const first = (lanes - reinterpret_cast<std::uintptr_t>(out) % lanes) * 171 % lanes;
+    if (!streamed || first % step != 0 || count < 2 * lanes || !HWY_ARCH_X86)
         return InRuns(lanes, count, [=](std::size_t i) HWY_ATTR { store(i, out + 3 * i); });
+    if (first != 0)
+        store(0, out);
     HWY_ALIGN std::uint8_t pixels[3 * hn::MaxLanes(d)];
-    std::size_t i = 0;
+    std::size_t i = first;
     for (; i + lanes <= count; i += lanes) {
         store(i, pixels);
         for (std::size_t part = 0; part < 3 * lanes; part += lanes)
@@ -235,7 +238,7 @@ std::size_t JoinChannels(std::uint8_t* out, std::uint8_t const* r, std::uint8_t 
                          std::size_t count, bool streamed)
 {
     Bytes const d;
-    return Join(out, count, streamed, [=](std::size_t i, Vector& vr, Vector& vg, Vector& vb) HWY_ATTR {
+    return Join(out, count, streamed, 1, [=](std::size_t i, Vector& vr, Vector& vg, Vector& vb) HWY_ATTR {
         vr = hn::LoadU(d, r + i);
         vg = hn::LoadU(d, g + i);
         vb = hn::LoadU(d, b + i);
@@ -254,7 +257,7 @@ HWY_INLINE Vector Alternating(std::uint8_t const* even, std::uint8_t const* odd)
 
 std::size_t JoinPairs(std::uint8_t* out, Channels even, Channels odd, std::size_t count, bool streamed)
 {
-    return Join(out, 2 * count, streamed,
+    return Join(out, 2 * count, streamed, 2,
                 [=](std::size_t x, Vector& r, Vector& g, Vector& b) HWY_ATTR {
                     std::size_t const i = x / 2;
                     r = Alternating(even.r + i, odd.r + i);
