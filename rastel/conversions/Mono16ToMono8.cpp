@@ -29,8 +29,7 @@ private:
 void ll_Mono16_to_Mono8(RastelMono8& dst, RastelMono16 const& src)
 {
     if (!nothing_to_convert(src, dst))
-        SampleRange<unsigned short>(src).map(dst.data(), src.data(),
-                                             static_cast<std::size_t>(std::min<std::uint64_t>(src.pixels, dst.room())));
+        SampleRange<unsigned short>(src).map(dst.data(), src.data(), rastel::detail::in_room(dst, 0, src.pixels));
 }
 
 void ll_Mono16_to_Mono8_bilinear(RastelMono8& dst, RastelMono16 const& src)

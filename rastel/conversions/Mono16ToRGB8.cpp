@@ -51,7 +51,7 @@ RASTEL_CLONES void store_low_bytes(TRGB<unsigned char>* out, unsigned short cons
 void ll_Mono16_to_RGB8(RastelRGB8& dst, RastelMono16 const& src)
 {
     if (!nothing_to_convert(src, dst))
-        store_range(dst.data(), src.data(), static_cast<std::size_t>(std::min<std::uint64_t>(src.pixels, dst.room())),
+        store_range(dst.data(), src.data(), rastel::detail::in_room(dst, 0, src.pixels),
                     SampleRange<unsigned short>(src));
 }
 

@@ -6,8 +6,7 @@
 void ll_Mono16s_to_Mono8(rastel::RastelMono8& dst, rastel::RastelMono16s const& src)
 {
     if (!rastel::impl::nothing_to_convert(src, dst))
-        rastel::impl::SampleRange<short>(src).map(
-            dst.data(), src.data(), static_cast<std::size_t>(std::min<std::uint64_t>(src.pixels, dst.room())));
+        rastel::impl::SampleRange<short>(src).map(dst.data(), src.data(), rastel::detail::in_room(dst, 0, src.pixels));
 }
 
 namespace rastel::impl

@@ -32,8 +32,7 @@ void signed_average_run(signed char* out, TRGB<unsigned char> const* pixels, std
 TImage<signed char>& convert(TImage<TRGB<unsigned char>> const& src, TImage<signed char>& dst)
 {
     if (!nothing_to_convert(src, dst))
-        signed_average_run(dst.data(), src.data(),
-                           static_cast<std::size_t>(std::min<std::uint64_t>(src.pixels, dst.room())));
+        signed_average_run(dst.data(), src.data(), rastel::detail::in_room(dst, 0, src.pixels));
     return dst;
 }
 

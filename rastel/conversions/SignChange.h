@@ -19,7 +19,7 @@ template <class S, class D>
 TImage<D>& change_sign(TImage<S> const& src, TImage<D>& dst)
 {
     if (!nothing_to_convert(src, dst))
-        shift_row(dst.data(), src.data(), static_cast<std::size_t>(std::min<std::uint64_t>(src.pixels, dst.room())));
+        shift_row(dst.data(), src.data(), rastel::detail::in_room(dst, 0, src.pixels));
     return dst;
 }
 
