@@ -6,13 +6,6 @@
 
 namespace rastel::impl
 {
-namespace
-{
-
-float step_between(std::uint32_t from, std::uint32_t to) { return static_cast<float>(from) / static_cast<float>(to); }
-
-} // namespace
-
 Path sampling_path(Rastel const& src, Rastel const& dst, bool nearest)
 {
     if (dst.width == src.width && dst.height == src.height)
@@ -29,36 +22,32 @@ Path sampling_path(Rastel const& src, Rastel const& dst, bool nearest)
 Positions running_positions(std::uint32_t from, std::uint32_t to)
 {
     Positions positions{std::vector<std::uint32_t>(to), std::vector<float>(to)};
-    float const step = step_between(from, to);
-    float sum = 0;
-    for (std::size_t i = 0; i < to; ++i) {
-        positions.at[i] = oq::saturate_cast<std::uint32_t>(sum);
-        positions.fraction[i] = sum - static_cast<float>(positions.at[i]);
-        sum += step;
+    detail::Position position{detail::sampling_step(from, to)};
+    for (std::size_t i = 0; i < to; ++i, position.advance()) {
+        positions.at[i] = position.pixel();
+        positions.fraction[i] = position.at - static_cast<float>(positions.at[i]);
     }
     return positions;
 }
 
 std::vector<std::uint32_t> nearest_positions(std::uint32_t from, std::uint32_t to)
 {
-    std::vector<std::uint32_t> positions(to);
-    float const step = step_between(from, to);
-    float sum = 0;
-    for (std::uint32_t& position : positions) {
-        position = static_cast<std::uint32_t>(oq::saturate_cast<std::int32_t>(sum));
-        sum += step;
+    std::vector<std::uint32_t> pixels(to);
+    detail::Position position{detail::sampling_step(from, to)};
+    for (std::uint32_t& pixel : pixels) {
+        pixel = static_cast<std::uint32_t>(oq::saturate_cast<std::int32_t>(position.at));
+        position.advance();
     }
-    return positions;
+    return pixels;
 }
 
 std::vector<std::uint32_t> box_limits(std::uint32_t from, std::uint32_t to)
 {
     std::vector<std::uint32_t> limits(std::size_t{to} + 1);
-    float const step = step_between(from, to);
-    float sum = 0;
+    detail::Position position{detail::sampling_step(from, to)};
     for (std::size_t i = 1; i < limits.size(); ++i) {
-        sum += step;
-        limits[i] = oq::saturate_cast<std::uint32_t>(sum);
+        position.advance();
+        limits[i] = position.pixel();
     }
     return limits;
 }
