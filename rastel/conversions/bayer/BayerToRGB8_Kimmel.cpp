@@ -59,14 +59,6 @@ INLINE float mean(Romboid value, Romboid weight)
     return sum / (((weight.w + weight.n) + weight.e) + weight.s);
 }
 
-/// The same with the two first products in the other order.
-INLINE float mean_from_n(Romboid value, Romboid weight)
-{
-    float const sum =
-        std::fma(value.s, weight.s, std::fma(value.e, weight.e, std::fma(value.w, weight.w, value.n * weight.n)));
-    return sum / (((weight.w + weight.n) + weight.e) + weight.s);
-}
-
 INLINE float mean(Square value, Square weight)
 {
     float const sum = std::fma(value.se, weight.se,
@@ -92,12 +84,6 @@ INLINE float diagonal_estimate(Square colour, Square far, float site, Square gre
 INLINE float direct_estimate(Romboid colour, Romboid greens, Romboid far_greens, float green)
 {
     return at_least_1(mean(ratio(colour, greens), edge_weights(colour, far_greens, green)) * green);
-}
-
-INLINE float refined_green(Romboid colour, float site, Romboid greens, Romboid far_greens, float green)
-{
-    Romboid const divisor{at_least_1(colour.n), at_least_1(colour.s), at_least_1(colour.w), at_least_1(colour.e)};
-    return site * mean_from_n(ratio(greens, divisor), edge_weights(colour, far_greens, green));
 }
 
 INLINE float refined_colour(Square colour, Square greens, Square far_greens, float green)
@@ -416,7 +402,10 @@ float calc_P_from_Romboid_SrcPixel(Byte* p, int stride, Byte* g)
 float adjust_G_from_Romboid_SrcPixel(Byte* p, unsigned int stride, Byte* g)
 {
     std::ptrdiff_t const row = std::ptrdiff_t{3} * stride;
-    return refined_green(neighbours(p, 3, row), *p, neighbours(g, 3, row), neighbours(g, 6, 2 * row), *g);
+    Romboid const far_greens = neighbours(g, 6, 2 * row);
+    OpenMeans means;
+    means.set(0, neighbours(p, 3, row), neighbours(g, 3, row), far_greens, *g);
+    return means.close(0, far_greens.w, *g, *p);
 }
 
 float adjust_P_from_Square_SrcPixel(Byte* p, int stride, Byte* g)
