@@ -171,7 +171,8 @@ TImage<Grey>& decode_greens(TImage<Grey>& dst, Mosaic<P> const& src, std::uint32
     if (sizeof(Grey) == 2 || (sizeof(Sample) == 1 && !max))
         decode(MeanGreen{});
     else
-        decode(ScaledGreen<Sample>{max ? byte_factor(*max, ScaledGreen<Sample>::unit) : 127});
+        decode(ScaledGreen<Sample>{
+            byte_factor(max.value_or(std::numeric_limits<Sample>::max()), ScaledGreen<Sample>::unit)});
     return dst;
 }
 

@@ -7,6 +7,7 @@
 #include <boost/lexical_cast.hpp>
 
 #include <cstdint>
+#include <limits>
 #include <optional>
 
 namespace rastel::impl
@@ -69,14 +70,13 @@ void with_scale(Rastel const& src, Decode decode)
 {
     constexpr double unit = 1u << fraction_bits<Sample>;
     auto const max = greatest_sample(src);
+    std::uint32_t const factor = byte_factor(max.value_or(std::numeric_limits<Sample>::max()), unit);
     if constexpr (sizeof(Sample) == 1) {
-        std::uint32_t const factor = max ? byte_factor(*max, unit) : 1u << fraction_bits<Sample>;
         if (factor == 1u << fraction_bits<Sample>)
             decode(UnitScale{});
         else
             decode(FixedPointScale<Sample>{factor});
     } else {
-        std::uint32_t const factor = max ? byte_factor(*max, unit) : 63;
         if (factor < 1u << 14)
             decode(UpperHalfScale{static_cast<unsigned short>(4 * factor)});
         else
