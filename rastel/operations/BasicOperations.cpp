@@ -78,7 +78,8 @@ void Copy(Rastel const& src, void* dst)
 
 void DeInterlace_OddField(Rastel const& src, Rastel& dst)
 {
-    auto const deinterlace = registered_function(matrix().m_DeInterlace_OddField, "Copy", src); // the name of its kin
+    // The text says "Copy" for this one too.
+    auto const deinterlace = registered_function(matrix().m_DeInterlace_OddField, "Copy", src);
     require_same_type(src, dst, "deinterlace can be done between same types");
     deinterlace(src, dst);
 }

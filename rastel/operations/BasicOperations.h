@@ -82,7 +82,9 @@ void RotateC(Rastel const& src, Rastel& dst, double angle, double x, double y, A
 /// Gives the image a new size; it is then black. The size that it has already changes nothing.
 void Resize(Rastel& image, unsigned int width, unsigned int height);
 
-/// dst = dst + factor * src, wrapping at the sample's range. Throws std::runtime_error if the sizes differ.
+/// dst = dst + factor * src, wrapping at the sample's range: for numbers the sum in double precision, rounded once,
+/// then truncated; for colours and mosaics the truncated product is added. Throws std::runtime_error if the sizes
+/// differ.
 void LinComb(Rastel const& src, double factor, Rastel& dst);
 
 /// Copies the rectangle with the two opposite corners, both inclusive. Without keep_geometry dst has the size of the
@@ -93,7 +95,9 @@ void Crop(Rastel const& src, Rastel& dst, PosType x0, PosType y0, PosType x1, Po
 /// Scales src into dst by BILINEAR_INTERPOLATION, NEAREST or DOWNSAMPLE_2X.
 ///
 /// 8-bit grey takes all three; RGB takes NEAREST and DOWNSAMPLE_2X; 16-bit grey takes DOWNSAMPLE_2X. Equal sizes of
-/// 8-bit grey and RGB are a copy, whatever the method. Throws std::runtime_error or not_implemented for what isn't
+/// 8-bit grey and RGB are a copy, whatever the method. Bilinear and half-size means are truncated. NEAREST rounds
+/// positions in src for grey and cuts them for RGB; behind a row's end they reach into the next row. DOWNSAMPLE_2X
+/// makes rows of half src's width, whatever dst's width is. Throws std::runtime_error or not_implemented for what isn't
 /// covered, and for RGBA and mosaics the char const* "rastel::Resample: unsupported image format", after a log line.
 void Resample(Rastel const& src, Rastel& dst, RastelFlag const& method);
 

@@ -14,6 +14,10 @@
 
 #include <cstdint>
 
+// Front ends. They run the band decoders below on all processors. What a band decoder throws, for 16-bit samples that
+// it has no form for or a "MAX" that is no number, ends on its thread with a line on standard output: the call returns,
+// and dst is as it was, or black where it would have been resampled.
+
 /// Decodes with the decoder that dst's "CONVERSION FLAGS" name, on all processors, and returns dst.
 ///
 /// At equal sizes: BAYER_DECODING_EDGE_SENSE, _GRADIENT, _NEAREST, _SIMPLE, _ADAPTIVE or _KIMMEL (which is adaptive),
