@@ -6,9 +6,9 @@
 // under a pixel into one, and in the writer; no loop is written twice.
 #pragma once
 
+#include <rastel/image/Pixels.h>
+#include <rastel/image/Positions.h>
 #include <rastel/image/TImage.h>
-#include <rastel/operations/Pixels.h>
-#include <rastel/operations/Sampling.h>
 #include <rastel/oq/Numeric.h>
 #include <rastel/oq/RowRuns.h>
 
@@ -34,8 +34,7 @@ Path sampling_path(Rastel const& src, Rastel const& dst, bool nearest);
 template <class S, class D>
 bool nothing_to_convert(TImage<S> const& src, TImage<D> const& dst)
 {
-    return src.width == 0 || src.height == 0 || dst.width == 0 || dst.height == 0 || !holds_its_pixels(src) ||
-           !holds_its_pixels(dst);
+    return detail::any_empty(src, dst) || !holds_its_pixels(src) || !holds_its_pixels(dst);
 }
 
 /// Where the samples for an axis' pixels lie: the running sum of the float step, cut to whole pixels, and its fraction.
@@ -300,9 +299,12 @@ void sample_boxes_with(TImage<D>& dst, TImage<S> const& src, Boxes const& rows, 
     std::vector<S> pixels(dst.width);
     std::vector<ColumnSum> column_sums(std::size_t{columns.limits.back()} * channels + 4);
     std::vector<Sum> sums(dst.width * channels);
-    // Boxes are of two heights, one more than the other: the reciprocals of both stay.
-    std::array<std::vector<float>, 2> reciprocals;
-    std::array<std::uint32_t, 2> reciprocals_height{};
+    // Boxes are of two heights in most calls, one more than the other: the reciprocals of both stay.
+    struct Reciprocals {
+        std::uint32_t height = 0;
+        std::vector<float> values;
+    };
+    std::array<Reciprocals, 2> reciprocals;
 
     for (std::uint32_t y = 0; y < dst.height; ++y) {
         std::uint32_t const first_row = rows.limits[y];
@@ -319,20 +321,19 @@ void sample_boxes_with(TImage<D>& dst, TImage<S> const& src, Boxes const& rows, 
         std::fill(column_sums.begin(), column_sums.end(), ColumnSum{0});
         for (std::uint32_t row = first_row; row < end_row; ++row)
             add_row(column_sums.data(), sample_row(src, row), covered);
-        std::size_t const kept = box_height % 2;
-        std::vector<float>& of_height = reciprocals[kept];
-        if (of_height.empty() || box_height != reciprocals_height[kept]) {
-            of_height.resize(sums.size());
-            reciprocal_row<channels>(of_height.data(), columns.limits.data(), box_height, dst.width);
+        Reciprocals& of_boxes = reciprocals[box_height % 2];
+        if (of_boxes.values.empty() || of_boxes.height != box_height) {
+            of_boxes.height = box_height;
+            of_boxes.values.resize(sums.size());
+            reciprocal_row<channels>(of_boxes.values.data(), columns.limits.data(), box_height, dst.width);
         }
-        reciprocals_height[kept] = box_height;
         if constexpr (triples) {
             if (narrow)
                 sum_triples(sums.data(), column_sums.data(), columns, count);
         }
         if (!triples || !narrow)
             box_sums<channels>(sums.data(), column_sums.data(), columns, count);
-        rule_row<Rule>(detail::samples(pixels.data()), sums.data(), of_height.data(), count * channels);
+        rule_row<Rule>(detail::samples(pixels.data()), sums.data(), of_boxes.values.data(), count * channels);
         write(dst.data() + std::size_t{y} * dst.width, pixels.data(), count);
     }
 }
@@ -376,7 +377,6 @@ void sample_halves(TImage<D>& dst, TImage<S> const& src, Quad const& quad)
     std::size_t const two_rows = 2 * std::size_t{src.width};
     for (std::uint32_t y = 0; y < dst.height; ++y) {
         std::size_t const upper = y * two_rows;
-        // Pairs of rows are more than the processor foresees.
         if (std::size_t const ahead = detail::in_room(src, upper + two_rows, two_rows); ahead != 0)
             detail::fetch_to_read(src.data() + upper + two_rows, ahead * sizeof(S));
         quad(dst.data() + std::size_t{y} * dst.width, detail::samples(src.data() + upper),

@@ -11,13 +11,6 @@
 namespace rastel::detail
 {
 
-/// Asks for the cache lines of a walk's next row early: one that leaves rows out isn't foreseen by the processor.
-inline void fetch_to_read(void const* first, std::size_t bytes)
-{
-    for (std::size_t i = 0; i < bytes; i += 64)
-        __builtin_prefetch(static_cast<unsigned char const*>(first) + i);
-}
-
 /// Where the bytes of pixels at ascending columns are found: 16 bytes at a time come out of one, two or four windows
 /// of 16 bytes, which one shuffle each picks them from.
 struct ByteWindows {

@@ -1,8 +1,8 @@
 // The functions of PixelRows.h in vectors.
-#include <rastel/operations/PixelRows.h>
+#include <rastel/image/PixelRows.h>
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "rastel/operations/PixelRows_Highway.cpp"
+#define HWY_TARGET_INCLUDE "rastel/image/PixelRows_Highway.cpp"
 #include <hwy/foreach_target.h>
 // Highway's headers are written for each target anew and have to come after the line above.
 #include <hwy/highway.h>

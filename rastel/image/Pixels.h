@@ -51,6 +51,12 @@ Sample<T> const* samples(T const* pixels)
     return reinterpret_cast<Sample<T> const*>(pixels);
 }
 
+template <class S, class D>
+bool any_empty(TImage<S> const& src, TImage<D> const& dst)
+{
+    return src.width == 0 || src.height == 0 || dst.width == 0 || dst.height == 0;
+}
+
 /// Of `count` pixels from `index` on, as many as the image has room for.
 template <class T>
 std::size_t in_room(TImage<T> const& image, std::size_t index, std::size_t count)

@@ -1,8 +1,8 @@
 // Running positions along an axis, and how far a row of them may go.
 #pragma once
 
+#include <rastel/image/PixelRows.h>
 #include <rastel/image/TImage.h>
-#include <rastel/operations/PixelRows.h>
 #include <rastel/oq/Numeric.h>
 
 #include <algorithm>
@@ -29,6 +29,14 @@ struct Position {
     std::uint32_t pixel(float offset = 0.0F) const { return oq::saturate_cast<std::uint32_t>(at + offset); }
     void advance() { at += step; }
 };
+
+/// Asks for the cache lines of a walk's next row early: one that leaves rows out, or takes
+/// them in pairs, isn't foreseen by the processor.
+inline void fetch_to_read(void const* first, std::size_t bytes)
+{
+    for (std::size_t i = 0; i < bytes; i += 64)
+        __builtin_prefetch(static_cast<unsigned char const*>(first) + i);
+}
 
 /// The source columns of a row's pixels, in ascending order.
 struct Columns {

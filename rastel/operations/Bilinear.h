@@ -1,8 +1,8 @@
 // Bilinear sampling of grey levels: four source pixels a result, truncated, for any ratio of the sizes.
 #pragma once
 
-#include <rastel/operations/Pixels.h>
-#include <rastel/operations/Sampling.h>
+#include <rastel/image/Pixels.h>
+#include <rastel/image/Positions.h>
 #include <rastel/oq/Numeric.h>
 
 #include <algorithm>
@@ -83,8 +83,8 @@ public:
         : axis_(&x), words_((x.count() + longest_vector - 1) / longest_vector * (longest_vector / 4)),
           next_weights_(4 * words_), one_(words_), other_(words_)
     {
-        for (unsigned int place = 0; place < 4; ++place)
-            for (std::size_t word = 0, i = byte_at(8 * place); i < x.count(); ++word, i += 4)
+        for (std::size_t place = 0; place < 4; ++place)
+            for (std::size_t word = 0, i = byte_at(place); i < x.count(); ++word, i += 4)
                 next_weights_[place * words_ + word] = x.next[i];
     }
 
@@ -100,10 +100,11 @@ public:
     };
 
     /// Mixes one or two rows between the same source rows.
-    void mix(MixedRow const* rows, bool two, Row const& upper, Row const& lower, std::size_t count)
+    void mix(MixedRow const* rows, std::size_t row_count, Row const& upper, Row const& lower, std::size_t count)
     {
-        auto const mix_rows = two ? &mix_words<true> : &mix_words<false>;
-        mix_rows(one_.data(), other_.data(), rows[0], rows[two ? 1 : 0], upper.levels.data(), upper.neighbours.data(),
+        bool const two = row_count == 2;
+        auto const mix_rows = two ? &mix_words<true, 0, 8, 16, 24> : &mix_words<false, 0, 8, 16, 24>;
+        mix_rows(one_.data(), other_.data(), rows[0], rows[row_count - 1], upper.levels.data(), upper.neighbours.data(),
                  lower.levels.data(), lower.neighbours.data(), next_weights_.data(), words_);
         std::memcpy(rows[0].out, one_.data(), count);
         if (two)
@@ -128,13 +129,14 @@ private:
         return reinterpret_cast<unsigned char const*>(words.data());
     }
 
-    /// The byte of a word that holds its bits from `shift` on.
-    static std::size_t byte_at(unsigned int shift)
+    /// The byte of a word that holds its bits from 8 * place on.
+    static std::size_t byte_at(std::size_t place)
     {
-        std::uint32_t const word = 1U << shift;
-        std::array<unsigned char, sizeof word> in_memory;
-        std::memcpy(in_memory.data(), &word, sizeof word);
-        return static_cast<std::size_t>(std::find(in_memory.begin(), in_memory.end(), 1) - in_memory.begin());
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+        return 3 - place;
+#else
+        return place;
+#endif
     }
 
     /// The pixels that begin at bit `shift`.
@@ -167,19 +169,15 @@ private:
         }
     }
 
-    template <bool two>
+    template <bool two, unsigned int... shift>
     RASTEL_CLONES static void mix_words(std::uint32_t* out, std::uint32_t* other, MixedRow row, MixedRow other_row,
                                         std::uint32_t const* upper, std::uint32_t const* upper_next,
                                         std::uint32_t const* lower, std::uint32_t const* lower_next,
                                         float const* next_weights, std::size_t words)
     {
-        mix_places<0, two>(out, other, row, other_row, upper, upper_next, lower, lower_next, next_weights, words);
-        mix_places<8, two>(out, other, row, other_row, upper, upper_next, lower, lower_next, next_weights + words,
-                           words);
-        mix_places<16, two>(out, other, row, other_row, upper, upper_next, lower, lower_next, next_weights + 2 * words,
-                            words);
-        mix_places<24, two>(out, other, row, other_row, upper, upper_next, lower, lower_next, next_weights + 3 * words,
-                            words);
+        (mix_places<shift, two>(out, other, row, other_row, upper, upper_next, lower, lower_next,
+                                next_weights + shift / 8 * words, words),
+         ...);
     }
 
     RASTEL_CLONES static void mix_row(unsigned char* __restrict out, unsigned char const* __restrict levels,
@@ -194,7 +192,7 @@ private:
     }
 
     BilinearAxis const* axis_;
-    std::size_t words_;               ///< of a row, in whole vectors
+    std::size_t words_;               ///< of a row, in whole vectors: what lies behind the row is mixed with weight 0
     std::vector<float> next_weights_; ///< of each word's first pixel, of each word's second one, ...
     std::vector<std::uint32_t> one_, other_;
 };
@@ -225,9 +223,9 @@ public:
         std::vector<std::uint16_t> sums;
     };
 
-    static void mix(MixedRow const* rows, bool two, Row const& upper, Row const& lower, std::size_t count)
+    static void mix(MixedRow const* rows, std::size_t row_count, Row const& upper, Row const& lower, std::size_t count)
     {
-        for (MixedRow const* row = rows; row <= rows + (two ? 1 : 0); ++row)
+        for (MixedRow const* row = rows; row != rows + row_count; ++row)
             mix_rows(row->out, upper.sums.data(), lower.sums.data(), weight(row->upper), weight(row->lower), count);
     }
     static void mix(unsigned char* out, Row const& row, std::size_t count)
@@ -318,10 +316,11 @@ void resample_bilinear_by(TImage<unsigned char> const& src, TImage<unsigned char
             lower.read(arithmetic, src, bottom, x.pixel);
             bool const two = row + 1 < y.count() && y.pixel.at[row + 1] == y.pixel.at[row] &&
                              in_room(dst, (row + 1) * width, width) >= count;
-            std::array<MixedRow, 2> const rows{mixed(row), mixed(two ? row + 1 : row)};
+            std::size_t const row_count = two ? 2 : 1;
+            std::array<MixedRow, 2> const rows{mixed(row), mixed(row + row_count - 1)};
             if (count != 0)
-                arithmetic.mix(rows.data(), two, upper.row, lower.row, count);
-            done = row + (two ? 2 : 1);
+                arithmetic.mix(rows.data(), row_count, upper.row, lower.row, count);
+            done = row + row_count;
         }
         if (room > x.count() && bottom + x.edge < src.room()) {
             auto const above = static_cast<float>(src.data()[top + x.edge]);

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <rastel/image/Pixels.h>
 #include <rastel/operations/BasicOperations.h>
 #include <rastel/operations/Fill.h>
-#include <rastel/operations/Pixels.h>
 #include <rastel/oq/Location.h>
 #include <rastel/oq/Log.h>
 #include <rastel/oq/Numeric.h>

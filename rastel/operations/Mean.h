@@ -1,6 +1,6 @@
 #pragma once
 
-#include <rastel/operations/Pixels.h>
+#include <rastel/image/Pixels.h>
 #include <rastel/operations/Statistics.h>
 #include <rastel/oq/Numeric.h>
 

@@ -1,10 +1,10 @@
 #pragma once
 
+#include <rastel/image/PixelRows.h>
+#include <rastel/image/Pixels.h>
+#include <rastel/image/Positions.h>
 #include <rastel/operations/BasicOperations.h>
 #include <rastel/operations/Bilinear.h>
-#include <rastel/operations/PixelRows.h>
-#include <rastel/operations/Pixels.h>
-#include <rastel/operations/Sampling.h>
 #include <rastel/oq/Location.h>
 #include <rastel/oq/Log.h>
 #include <rastel/oq/Numeric.h>
@@ -52,7 +52,7 @@ void resample_nearest(TImage<T> const& src, TImage<T>& dst, float offset)
             next.advance();
             std::size_t const next_row = std::size_t{next.pixel(offset)} * src.width;
             std::size_t const ahead = in_room(src, next_row, src.width);
-            if (ahead > 0 && next_row > source_row + src.width) // left out rows aren't foreseen by the processor
+            if (ahead > 0 && next_row > source_row + src.width)
                 fetch_to_read(src.data() + next_row, ahead * sizeof(T));
             pick_row(out, src, source_row, columns, count);
         }

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <rastel/image/Pixels.h>
 #include <rastel/operations/BasicOperations.h>
-#include <rastel/operations/Pixels.h>
 #include <rastel/operations/Transpose.h>
 
 #include <cmath>

@@ -3,7 +3,7 @@
 // Source and destination are apart. Pitches are in pixels and may be negative.
 #pragma once
 
-#include <rastel/operations/PixelRows.h>
+#include <rastel/image/PixelRows.h>
 #include <rastel/oq/Numeric.h>
 
 #include <algorithm>
@@ -172,8 +172,10 @@ void reverse_run(T* dst, T const* src, std::size_t count)
     if constexpr (sizeof(T) == 3) {
         constexpr std::size_t block = TripleMasks::bytes / 3;
         std::size_t i = 0;
-        for (; i < std::min<std::size_t>(count, 1); ++i)
-            dst[count - 1 - i] = src[i];
+        if (count != 0) { // a block reads and writes bytes of the pixels on both sides of it
+            dst[count - 1] = src[0];
+            i = 1;
+        }
         for (; i + block < count; i += block)
             reverse_triples(out + 3 * (count - block - i), in + 3 * i);
         for (; i < count; ++i)

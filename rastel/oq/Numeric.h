@@ -2,7 +2,7 @@
 //
 //     auto const level = oq::saturate_cast<std::int32_t>(value);   // truncates; never undefined
 //     auto const byte = oq::clamp_byte(green + difference);        // 0..255
-//     auto const even = oq::half_truncated(left + right);          // -3 -> -1; oq::half_floored gives -2
+//     int const offset = oq::wrap_mul(row, stride);                // modulo 2^32
 #pragma once
 
 #include <limits>
@@ -38,8 +38,9 @@ constexpr I saturate_cast(F value)
     return value >= past_greatest ? std::numeric_limits<I>::max() : low;
 }
 
-/// Limits to 0..255.
-constexpr unsigned char clamp_byte(int value)
+/// Limits to 0..255, in lanes of the argument's type.
+template <class I>
+constexpr unsigned char clamp_byte(I value)
 {
     return static_cast<unsigned char>(value < 0 ? 0 : value > 255 ? 255 : value);
 }
@@ -56,11 +57,5 @@ constexpr I low_bits(V value)
 constexpr int wrap_add(int a, int b) { return static_cast<int>(static_cast<unsigned>(a) + static_cast<unsigned>(b)); }
 constexpr int wrap_sub(int a, int b) { return static_cast<int>(static_cast<unsigned>(a) - static_cast<unsigned>(b)); }
 constexpr int wrap_mul(int a, int b) { return static_cast<int>(static_cast<unsigned>(a) * static_cast<unsigned>(b)); }
-
-/// Half of a value, rounded toward zero.
-constexpr int half_truncated(int value) { return value / 2; }
-
-/// Half of a value, rounded toward minus infinity.
-constexpr int half_floored(int value) { return value >> 1; }
 
 } // namespace oq

@@ -35,8 +35,6 @@ TEST(Wrap, StaysModulo32Bits)
     EXPECT_EQ(oq::wrap_sub(INT32_MIN, 1), INT32_MAX);
     EXPECT_EQ(oq::wrap_mul(65536, 65536), 0);
     EXPECT_EQ(oq::low_bits<signed char>(300), 44);
-    EXPECT_EQ(oq::half_truncated(-3), -1);
-    EXPECT_EQ(oq::half_floored(-3), -2);
     EXPECT_EQ(oq::clamp_byte(-1), 0);
     EXPECT_EQ(oq::clamp_byte(256), 255);
 }

@@ -3,6 +3,7 @@
 
 #include <rastel/conversions/Parallelize.h>
 #include <rastel/conversions/bayer/Cell.h>
+#include <rastel/image/Pixels.h>
 #include <rastel/oq/Log.h>
 
 #include <algorithm>
@@ -55,12 +56,6 @@ bool decodable(TImage<D> const& dst, TImage<S> const& src, std::uint32_t divisor
 {
     return dst.width == src.width / divisor && dst.height == src.height / divisor && holds_its_pixels(dst) &&
            holds_its_pixels(src) && !overlap(src, dst);
-}
-
-template <class S, class D>
-bool any_empty(TImage<S> const& src, TImage<D> const& dst)
-{
-    return src.width == 0 || src.height == 0 || dst.width == 0 || dst.height == 0;
 }
 
 template <class S, class D>

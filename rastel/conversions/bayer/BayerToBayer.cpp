@@ -12,10 +12,11 @@ Mosaic<P>& rastel::impl::convert_mosaic(Mosaic<P> const& src, Mosaic<P>& dst)
         conversion_warning("src == dst!");
         return dst;
     }
-    if (any_empty(src, dst))
+    if (rastel::detail::any_empty(src, dst))
         return dst;
     if (src.width == dst.width && src.height == dst.height)
         return dst = src;
+    // Two images all the same: both lines belong to the interface.
     oq::log_error(conversion_location(), "RastelBayer resampling is still unsupported");
     conversion_warning("src == dst!");
     return dst;

@@ -25,7 +25,7 @@ RastelMono16& ll_Bayer_to_Mono16_downsample_2x(RastelMono16& dst, Mosaic<P> cons
 template <class P>
 RastelMono16& Bayer_to_Mono16(Mosaic<P> const& src, RastelMono16& dst)
 {
-    if (any_empty(src, dst))
+    if (rastel::detail::any_empty(src, dst))
         return dst;
     RastelFlagSet const flags = conversion_flags(dst);
     unsigned int const max = greatest_sample(src).value_or(std::numeric_limits<typename P::Sample>::max());

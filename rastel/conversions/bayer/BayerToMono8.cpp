@@ -22,7 +22,7 @@ RastelMono8& ll_Bayer_to_Mono_downsample_2x(RastelMono8& dst, Mosaic<P> const& s
 template <class P>
 RastelMono8& Bayer_to_Mono(Mosaic<P> const& src, RastelMono8& dst)
 {
-    if (!any_empty(src, dst))
+    if (!rastel::detail::any_empty(src, dst))
         decode_grey(src, dst, conversion_flags(dst), &ll_Bayer_to_Mono_luminance<P>,
                     &ll_Bayer_to_Mono_downsample_2x<P>);
     return dst;

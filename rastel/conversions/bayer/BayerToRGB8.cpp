@@ -44,7 +44,7 @@ BandDecoder<RastelRGB8, P>* full_size_decoder_of(RastelFlagSet const& flags)
 template <class P>
 RastelRGB8& Bayer_to_RGB8(Mosaic<P> const& src, RastelRGB8& dst)
 {
-    if (any_empty(src, dst))
+    if (rastel::detail::any_empty(src, dst))
         return dst;
     if (overlap(src, dst))
         return Bayer_to_RGB8<P>(Mosaic<P>(src), dst);

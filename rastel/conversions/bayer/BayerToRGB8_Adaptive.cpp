@@ -52,8 +52,9 @@ constexpr Pair pair_of(int before, int behind, short bend)
 template <int bits>
 constexpr Byte along_smoother(Pair a, Pair b)
 {
-    return clamp_to_byte(corrected<bits>(a.change > b.change ? b.sum : a.sum, a.change < b.change ? a.sum : b.sum,
-                                         a.change > b.change ? b.bend : a.bend, a.change < b.change ? a.bend : b.bend));
+    return oq::clamp_byte(corrected<bits>(a.change > b.change ? b.sum : a.sum, a.change < b.change ? a.sum : b.sum,
+                                          a.change > b.change ? b.bend : a.bend,
+                                          a.change < b.change ? a.bend : b.bend));
 }
 
 RASTEL_ROW_FUNCTION void green_row(Byte* __restrict out, Byte const* __restrict colour, Cross<Byte> green,
@@ -88,7 +89,7 @@ RASTEL_ROW_FUNCTION void pair_row(Byte* __restrict out, Byte const* __restrict g
         for (std::size_t i = run.first; i < run.end; ++i) {
             short const pair = sum(before[i], behind[i]);
             short const green_bend = bend(green_before[i], green[i], green_behind[i]);
-            out[i] = clamp_to_byte(corrected<colour_bits>(pair, pair, green_bend, green_bend));
+            out[i] = oq::clamp_byte(corrected<colour_bits>(pair, pair, green_bend, green_bend));
         }
 }
 

@@ -110,7 +110,7 @@ private:
                 out.*own_channel<P>(y) = src_[y * width_ + x];
                 if (other && between) {
                     auto const d = diagonal(differences_, y, parity, i);
-                    out.*other_channel<P>(y) = clamp_to_byte(
+                    out.*other_channel<P>(y) = oq::clamp_byte(
                         plus_mean_of_4(green_of_colour_[y][i],
                                        static_cast<short>(*d.up_left + *d.up_right + *d.down_left + *d.down_right)));
                 }
@@ -119,10 +119,10 @@ private:
                 auto const d = beside(differences_, differences_, y, parity, i);
                 if (own && between)
                     out.*own_channel<P>(y) =
-                        clamp_to_byte(plus_mean_of_2(out.g, static_cast<short>(*d.left + *d.right)));
+                        oq::clamp_byte(plus_mean_of_2(out.g, static_cast<short>(*d.left + *d.right)));
                 if (other && (parity != 0 || x + 2 <= width_))
                     out.*other_channel<P>(y) =
-                        clamp_to_byte(plus_mean_of_2(out.g, static_cast<short>(*d.up + *d.down)));
+                        oq::clamp_byte(plus_mean_of_2(out.g, static_cast<short>(*d.up + *d.down)));
             }
         }
     }

@@ -47,8 +47,8 @@ RASTEL_ROW_FUNCTION void interpolate_colours(Byte* __restrict own, Byte* __restr
         for (std::size_t i = run.first; i < run.end; ++i) {
             short const horizontal = static_cast<short>(differences.left[i] + differences.right[i]);
             short const vertical = static_cast<short>(differences.up[i] + differences.down[i]);
-            own[i] = clamp_to_byte(plus_mean_of_2(green[i], horizontal));
-            other[i] = clamp_to_byte(plus_mean_of_2(green[i], vertical));
+            own[i] = oq::clamp_byte(plus_mean_of_2(green[i], horizontal));
+            other[i] = oq::clamp_byte(plus_mean_of_2(green[i], vertical));
         }
 }
 
@@ -59,7 +59,7 @@ RASTEL_ROW_FUNCTION void interpolate_other(Byte* __restrict other, Byte const* _
         for (std::size_t i = run.first; i < run.end; ++i) {
             short const sum = static_cast<short>(differences.up_left[i] + differences.up_right[i] +
                                                  differences.down_left[i] + differences.down_right[i]);
-            other[i] = clamp_to_byte(plus_mean_of_4(green[i], sum));
+            other[i] = oq::clamp_byte(plus_mean_of_4(green[i], sum));
         }
 }
 

@@ -190,6 +190,4 @@ constexpr short truncated_shift(short value)
     return static_cast<short>(raised >> bits);
 }
 
-constexpr Byte clamp_to_byte(short value) { return static_cast<Byte>(value < 0 ? 0 : value > 255 ? 255 : value); }
-
 } // namespace rastel::impl

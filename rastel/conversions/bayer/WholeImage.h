@@ -15,7 +15,7 @@ template <template <class> class Decoder, class P>
 RastelRGB8& decode_whole(RastelRGB8& dst, Mosaic<P> const& src, std::uint32_t band, char const* name)
 {
     if constexpr (sizeof(typename P::Sample) == 1) {
-        if (band == 0 && !any_empty(src, dst) && decodable(dst, src))
+        if (band == 0 && !detail::any_empty(src, dst) && decodable(dst, src))
             Decoder<P>(dst.data(), samples(src), src.width, src.height).decode();
         return dst;
     } else {
