@@ -129,7 +129,7 @@ bool TransposeTriples(std::uint8_t* dst, std::ptrdiff_t dst_pitch, std::uint8_t 
                       std::ptrdiff_t columns, std::ptrdiff_t rows)
 {
     // Stripes of columns, whose rows of the destination stay at hand while they fill up.
-    constexpr std::ptrdiff_t stripe = 16;
+    constexpr std::ptrdiff_t stripe = 128;
     for (std::ptrdiff_t left = 0; left < columns; left += stripe)
         for (std::ptrdiff_t row = 0; row < rows; row += 4)
             for (std::ptrdiff_t column = left; column < std::min(left + stripe, columns); column += 4) {
