@@ -10,19 +10,12 @@ using namespace rastel::impl;
 namespace
 {
 
-/// Stores a row of samples as bytes.
-class RangeWriter
+/// Stores rows of samples by their range.
+auto range_writer(RastelMono16 const& src)
 {
-public:
-    explicit RangeWriter(RastelMono16 const& src) : range_(src) {}
-    void operator()(unsigned char* out, unsigned short const* samples, std::size_t count) const
-    {
-        range_.map(out, samples, count);
-    }
-
-private:
-    SampleRange<unsigned short> range_;
-};
+    return [range = SampleRange<unsigned short>(src)](unsigned char* out, unsigned short const* samples,
+                                                      std::size_t count) { range.map(out, samples, count); };
+}
 
 } // namespace
 
@@ -35,13 +28,13 @@ void ll_Mono16_to_Mono8(RastelMono8& dst, RastelMono16 const& src)
 void ll_Mono16_to_Mono8_bilinear(RastelMono8& dst, RastelMono16 const& src)
 {
     if (!nothing_to_convert(src, dst))
-        sample_bilinear(dst, src, RangeWriter(src));
+        sample_bilinear(dst, src, range_writer(src));
 }
 
 void ll_Mono16_to_Mono8_downscale(RastelMono8& dst, RastelMono16 const& src)
 {
     if (!nothing_to_convert(src, dst))
-        sample_boxes<MeanOfBox<std::uint64_t>>(dst, src, RangeWriter(src));
+        sample_boxes<MeanOfBox<std::uint64_t>>(dst, src, range_writer(src));
 }
 
 namespace rastel::impl

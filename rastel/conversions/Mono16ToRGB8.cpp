@@ -25,18 +25,12 @@ void store_range(TRGB<unsigned char>* out, unsigned short const* samples, std::s
     }
 }
 
-class RangeWriter
+/// Stores rows of samples by their range.
+auto range_writer(RastelMono16 const& src)
 {
-public:
-    explicit RangeWriter(RastelMono16 const& src) : range_(src) {}
-    void operator()(TRGB<unsigned char>* out, unsigned short const* samples, std::size_t count) const
-    {
-        store_range(out, samples, count, range_);
-    }
-
-private:
-    SampleRange<unsigned short> range_;
-};
+    return [range = SampleRange<unsigned short>(src)](TRGB<unsigned char>* out, unsigned short const* samples,
+                                                      std::size_t count) { store_range(out, samples, count, range); };
+}
 
 RASTEL_CLONES void store_low_bytes(TRGB<unsigned char>* out, unsigned short const* samples, std::size_t count)
 {
@@ -58,7 +52,7 @@ void ll_Mono16_to_RGB8(RastelRGB8& dst, RastelMono16 const& src)
 void ll_Mono16_to_RGB8_bilinear(RastelRGB8& dst, RastelMono16 const& src)
 {
     if (!nothing_to_convert(src, dst))
-        sample_bilinear(dst, src, RangeWriter(src));
+        sample_bilinear(dst, src, range_writer(src));
 }
 
 void ll_Mono16_to_RGB8_nearest(RastelRGB8& dst, RastelMono16 const& src)
@@ -72,7 +66,7 @@ void ll_Mono16_to_RGB8_nearest(RastelRGB8& dst, RastelMono16 const& src)
 void ll_Mono16_to_RGB8_downscale(RastelRGB8& dst, RastelMono16 const& src)
 {
     if (!nothing_to_convert(src, dst))
-        sample_boxes<SinglePixelOfBox>(dst, src, RangeWriter(src));
+        sample_boxes<SinglePixelOfBox>(dst, src, range_writer(src));
 }
 
 namespace rastel::impl

@@ -6,6 +6,7 @@
 
 namespace rastel::impl
 {
+
 Path sampling_path(Rastel const& src, Rastel const& dst, bool nearest)
 {
     if (dst.width == src.width && dst.height == src.height)
