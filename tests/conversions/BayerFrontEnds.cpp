@@ -204,7 +204,7 @@ void expect_unfinished()
 {
     auto const raw = random_mosaic<P>(8, 64, 3);
     std::string const location = "[EE] rastel::RastelRGB8& ",
-                      reason = std::string("<") + cell_of(P()) + "16>() : Unimplemented yet";
+                      reason = std::string("<") + cell_letters<P> + "16>() : Unimplemented yet";
     std::pair<Decoder<P>, std::string> const decoders[] = {{Bayer_to_RGB8_edge_sense, "Bayer_to_RGB8_edge_sense"},
                                                            {Bayer_to_RGB8_gradient, "Bayer_to_RGB8_gradient"},
                                                            {Bayer_to_RGB8_adaptive, "Bayer_to_RGB8_adaptive"},

@@ -17,32 +17,23 @@ using Patterns8 = ::testing::Types<rastel::TBGGR<unsigned char>, rastel::TRGGB<u
                                    rastel::TGBRG<unsigned char>, rastel::TGRBG<unsigned char>>;
 using Patterns = MosaicPatterns<::testing::Types>;
 
+/// The letters of a pattern's cell, row by row.
+template <class P>
+constexpr char const* cell_letters = nullptr;
 template <class T>
-char const* cell_of(rastel::TBGGR<T>)
-{
-    return "BGGR";
-}
+constexpr char const* cell_letters<rastel::TBGGR<T>> = "BGGR";
 template <class T>
-char const* cell_of(rastel::TRGGB<T>)
-{
-    return "RGGB";
-}
+constexpr char const* cell_letters<rastel::TRGGB<T>> = "RGGB";
 template <class T>
-char const* cell_of(rastel::TGBRG<T>)
-{
-    return "GBRG";
-}
+constexpr char const* cell_letters<rastel::TGBRG<T>> = "GBRG";
 template <class T>
-char const* cell_of(rastel::TGRBG<T>)
-{
-    return "GRBG";
-}
+constexpr char const* cell_letters<rastel::TGRBG<T>> = "GRBG";
 
 /// 'R', 'G' or 'B'.
 template <class P>
 char colour_at(std::size_t y, std::size_t x)
 {
-    return cell_of(P())[y % 2 * 2 + x % 2];
+    return cell_letters<P>[y % 2 * 2 + x % 2];
 }
 
 template <class P>

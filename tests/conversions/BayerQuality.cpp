@@ -306,7 +306,7 @@ struct BayerQuality : ::testing::Test {
                     continue;
                 Guarded<Byte> out(raw.pixels * 3);
                 plain(&raw.data()->value, out.data(), static_cast<int>(width), static_cast<int>(height),
-                      static_cast<int>(std::string("BG GR RG GB").find(std::string(cell_of(P()), 2)) / 3));
+                      static_cast<int>(std::string("BG GR RG GB").find(std::string(cell_letters<P>, 2)) / 3));
                 ASSERT_EQ(std::memcmp(out.data(), expected.data(), out.size()), 0);
                 ASSERT_TRUE(out.guards_intact());
             }
