@@ -33,11 +33,6 @@ std::size_t pick_bytes(unsigned char* out, unsigned char const* row, ByteWindows
 std::size_t halve_triples(unsigned char* out, unsigned char const* upper, unsigned char const* lower,
                           std::size_t pixels);
 
-/// dst[3 * (column * dst_pitch + row)] and two bytes more = src[3 * (row * src_pitch + column)] and two more. Columns
-/// and rows are multiples of 4, and each row has two pixels more that may be read. Returns whether it was done.
-bool transpose_triples(unsigned char* dst, std::ptrdiff_t dst_pitch, unsigned char const* src, std::ptrdiff_t src_pitch,
-                       std::ptrdiff_t columns, std::ptrdiff_t rows);
-
 #else
 
 inline ByteWindows::ByteWindows(std::vector<std::uint32_t> const& /*columns*/, std::size_t /*pixel_size*/) {}
@@ -48,12 +43,6 @@ inline std::size_t pick_bytes(unsigned char*, unsigned char const*, ByteWindows 
 }
 
 inline std::size_t halve_triples(unsigned char*, unsigned char const*, unsigned char const*, std::size_t) { return 0; }
-
-inline bool transpose_triples(unsigned char*, std::ptrdiff_t, unsigned char const*, std::ptrdiff_t, std::ptrdiff_t,
-                              std::ptrdiff_t)
-{
-    return false;
-}
 
 #endif
 

@@ -8,7 +8,6 @@
 #include <hwy/highway.h>
 
 #include <algorithm>
-#include <cstring>
 
 HWY_BEFORE_NAMESPACE();
 namespace rastel::detail::HWY_NAMESPACE
@@ -18,11 +17,6 @@ namespace rastel::detail::HWY_NAMESPACE
 
 std::size_t PickBytes(std::uint8_t*, std::uint8_t const*, ByteWindows const&, std::size_t) { return 0; }
 std::size_t HalveTriples(std::uint8_t*, std::uint8_t const*, std::uint8_t const*, std::size_t) { return 0; }
-bool TransposeTriples(std::uint8_t*, std::ptrdiff_t, std::uint8_t const*, std::ptrdiff_t, std::ptrdiff_t,
-                      std::ptrdiff_t)
-{
-    return false;
-}
 
 #else
 
@@ -87,62 +81,6 @@ std::size_t HalveTriples(std::uint8_t* out, std::uint8_t const* upper, std::uint
     return i;
 }
 
-/// Four by four pixels: spread over words, transposed as such, and closed up again. A row stores four bytes too many,
-/// where the next four rows will go; `last` ones store as they should.
-template <bool last>
-void TransposeSquare(std::uint8_t* dst, std::ptrdiff_t dst_pitch, std::uint8_t const* src, std::ptrdiff_t src_pitch)
-{
-    Sixteen const d;
-    hn::FixedTag<std::uint32_t, 4> const words;
-    hn::FixedTag<std::uint64_t, 2> const pairs;
-    HWY_ALIGN static constexpr std::uint8_t spread[16] = {0, 1, 2, 0x80, 3, 4, 5, 0x80, 6, 7, 8, 0x80, 9, 10, 11, 0x80};
-    HWY_ALIGN static constexpr std::uint8_t closed[16] = {0,  1,  2,  4,  5,    6,    8,    9,
-                                                          10, 12, 13, 14, 0x80, 0x80, 0x80, 0x80};
-    auto const load = [&](std::ptrdiff_t row) {
-        return hn::BitCast(words, hn::TableLookupBytesOr0(hn::LoadU(d, src + row * src_pitch), hn::Load(d, spread)));
-    };
-    auto const store = [&](std::ptrdiff_t column, auto pixels) {
-        auto const bytes = hn::TableLookupBytesOr0(hn::BitCast(d, pixels), hn::Load(d, closed));
-        if constexpr (last) {
-            HWY_ALIGN std::uint8_t row[16];
-            hn::Store(bytes, d, row);
-            std::memcpy(dst + column * dst_pitch, row, 12);
-        } else {
-            hn::StoreU(bytes, d, dst + column * dst_pitch);
-        }
-    };
-    auto const row0 = load(0);
-    auto const row1 = load(1);
-    auto const row2 = load(2);
-    auto const row3 = load(3);
-    auto const left01 = hn::BitCast(pairs, hn::InterleaveLower(words, row0, row1));
-    auto const left23 = hn::BitCast(pairs, hn::InterleaveLower(words, row2, row3));
-    auto const right01 = hn::BitCast(pairs, hn::InterleaveUpper(words, row0, row1));
-    auto const right23 = hn::BitCast(pairs, hn::InterleaveUpper(words, row2, row3));
-    store(0, hn::InterleaveLower(pairs, left01, left23));
-    store(1, hn::InterleaveUpper(pairs, left01, left23));
-    store(2, hn::InterleaveLower(pairs, right01, right23));
-    store(3, hn::InterleaveUpper(pairs, right01, right23));
-}
-
-bool TransposeTriples(std::uint8_t* dst, std::ptrdiff_t dst_pitch, std::uint8_t const* src, std::ptrdiff_t src_pitch,
-                      std::ptrdiff_t columns, std::ptrdiff_t rows)
-{
-    // Stripes of columns, whose rows of the destination stay at hand while they fill up.
-    constexpr std::ptrdiff_t stripe = 128;
-    for (std::ptrdiff_t left = 0; left < columns; left += stripe)
-        for (std::ptrdiff_t row = 0; row < rows; row += 4)
-            for (std::ptrdiff_t column = left; column < std::min(left + stripe, columns); column += 4) {
-                std::uint8_t* const to = dst + 3 * (column * dst_pitch + row);
-                std::uint8_t const* const from = src + 3 * (row * src_pitch + column);
-                if (row + 4 < rows)
-                    TransposeSquare<false>(to, 3 * dst_pitch, from, 3 * src_pitch);
-                else
-                    TransposeSquare<true>(to, 3 * dst_pitch, from, 3 * src_pitch);
-            }
-    return true;
-}
-
 #endif
 
 } // namespace rastel::detail::HWY_NAMESPACE
@@ -157,7 +95,6 @@ namespace
 
 HWY_EXPORT(PickBytes);
 HWY_EXPORT(HalveTriples);
-HWY_EXPORT(TransposeTriples);
 
 constexpr std::size_t window_size = 16;
 
@@ -222,12 +159,6 @@ std::size_t halve_triples(unsigned char* out, unsigned char const* upper, unsign
                           std::size_t pixels)
 {
     return HWY_DYNAMIC_DISPATCH(HalveTriples)(out, upper, lower, pixels);
-}
-
-bool transpose_triples(unsigned char* dst, std::ptrdiff_t dst_pitch, unsigned char const* src, std::ptrdiff_t src_pitch,
-                       std::ptrdiff_t columns, std::ptrdiff_t rows)
-{
-    return HWY_DYNAMIC_DISPATCH(TransposeTriples)(dst, dst_pitch, src, src_pitch, columns, rows);
 }
 
 } // namespace rastel::detail

@@ -3,7 +3,7 @@
 // Source and destination are apart. Pitches are in pixels and may be negative.
 #pragma once
 
-#include <rastel/image/PixelRows.h>
+#include <rastel/operations/TransposeStripes.h>
 #include <rastel/oq/Numeric.h>
 
 #include <algorithm>
@@ -99,18 +99,15 @@ void transpose(T* dst, std::ptrdiff_t dst_pitch, T const* src, std::ptrdiff_t sr
 #else
     constexpr bool earlier_is_lower = false; // a word's shifts would move pixels the other way
 #endif
-    if constexpr (sizeof(T) == 3) {
-        std::ptrdiff_t const whole_columns = columns < 6 ? 0 : (columns - 2) / 4 * 4;
-        std::ptrdiff_t const whole_rows = rows / 4 * 4;
-        if (transpose_triples(reinterpret_cast<unsigned char*>(dst), dst_pitch,
-                              reinterpret_cast<unsigned char const*>(src), src_pitch, whole_columns, whole_rows)) {
-            transpose_plain(dst + whole_columns * dst_pitch, dst_pitch, src + whole_columns, src_pitch,
-                            columns - whole_columns, rows);
-            transpose_plain(dst + whole_rows, dst_pitch, src + whole_rows * src_pitch, src_pitch, whole_columns,
-                            rows - whole_rows);
-            return;
-        }
-    }
+    // More than a processor's own cache holds is streamed.
+    constexpr std::ptrdiff_t large = 1 << 20;
+    constexpr std::ptrdiff_t size = sizeof(T);
+    bool const streamed = columns * rows > large / size;
+    if ((streamed || size == 3) &&
+        transpose_stripes({reinterpret_cast<unsigned char*>(dst), dst_pitch * size,
+                           reinterpret_cast<unsigned char const*>(src), src_pitch * size, columns, rows, streamed},
+                          sizeof(T)))
+        return;
     if (!earlier_is_lower || columns < edge || rows < edge)
         return transpose_plain(dst, dst_pitch, src, src_pitch, columns, rows);
     for (std::ptrdiff_t top = 0; top < rows; top += edge)

@@ -270,7 +270,8 @@ TYPED_TEST(WalksInRoom, Rotate)
 {
     for (int round = 0; round < 150; ++round) {
         int const limit = round % 5 == 0 ? 200 : 41; // beyond the size of a tile now and then
-        int const w = this->below(limit), h = this->below(limit);
+        bool const large = round % 75 == 74;         // beyond that of a processor's own cache
+        int const w = this->below(limit) + (large ? 800 : 0), h = this->below(limit) + (large ? 1400 : 0);
         auto src = this->some_image(w, h), dst = this->some_image(h, w);
         double const angle = std::vector<double>{90, -90, 180, 270, -270}[static_cast<std::size_t>(this->below(5))];
         SCOPED_TRACE(angle);
