@@ -1,10 +1,11 @@
 // The one-dimensional scans, and the metrics' transforms made of them.
 //
-// Column scans walk row by row, all columns of a row at once: a column looks only at itself, so this changes nothing in
-// the results, and the rows vectorise.
+// Column scans walk row by row, many columns of a row at once: a column looks only at itself, so this changes nothing
+// in the results, and the rows vectorise.
 
 #include <rastel/distance/DistanceTransform.h>
 #include <rastel/distance/PhasesImpl.h>
+#include <rastel/oq/Fetch.h>
 #include <rastel/oq/Numeric.h>
 
 #include <algorithm>
@@ -46,6 +47,44 @@ void seed(S const* src, D* dst, int width, int height, std::ptrdiff_t stride, D 
         seed_row(dst + y * stride, src + y * stride, static_cast<std::size_t>(width), background);
 }
 
+/// Columns that are scanned down and up before the next ones. So few that their rows are still in the second cache for
+/// the pass up, and that threads seldom meet at the border of their stripes.
+template <class T>
+constexpr int narrow = 256 / sizeof(T);
+
+/// The same where rows are packed bytes: few, and one behind the other as the processor foresees.
+template <class T>
+constexpr int wide = sizeof(T) == 1 ? 4096 : narrow<T>;
+
+struct Stretch {
+    int first;
+    std::size_t count;
+    int height;
+    std::ptrdiff_t stride;
+    bool whole_rows; ///< packed ones
+
+    /// Asks for the part of a row that the pass down comes to some rows after row y.
+    template <class T>
+    [[gnu::always_inline]] void fetch_ahead(T const* raster, int y) const
+    {
+        std::ptrdiff_t const row = y + std::min(8, height - 1 - y);
+        if (!whole_rows)
+            oq::fetch_to_read(raster + first + row * stride, count * sizeof(T));
+    }
+};
+
+/// Calls scan(stretch) for all columns.
+template <class T, class Scan>
+void in_stretches(int columns, int height, std::ptrdiff_t stride, Scan const& scan)
+{
+    bool const packed = stride == columns;
+    int const widest = packed ? wide<T> : narrow<T>;
+    for (int first = 0, count; first < columns; first += count) {
+        count = std::min(widest, columns - first);
+        scan(Stretch{first, static_cast<std::size_t>(count), height, stride, packed && count == columns});
+    }
+}
+
 /// The squared scans' rule for one element; `last` is the element before it, `step` the odd number to add to that.
 /// A sum beyond T stands as the greatest T, which is greater than no element. A step stays below 2 * sqrt(greatest T) +
 /// 2, since the steps 1 + 3 + 5 + ... add up to an element.
@@ -67,25 +106,53 @@ RASTEL_CLONES void square_row(T* __restrict row, T const* __restrict last, T* __
         row[x] = square_step(row[x], last[x], steps[x]);
 }
 
-/// Squared scan, down and up, of exactly the columns told.
+/// Squared scan, down and up, of exactly the columns told. fill(stretch, y) is called before row y is looked at.
+template <class T, class Fill>
+void square_columns(T* dst, int columns, int height, std::ptrdiff_t stride, Fill const& fill)
+{
+    std::array<T, wide<T>> steps;
+    in_stretches<T>(columns, height, stride, [&](Stretch const& stretch) {
+        T* const top = dst + stretch.first;
+        auto const enter = [&](std::ptrdiff_t y, std::ptrdiff_t from) {
+            square_row(top + y * stride, top + from * stride, steps.data(), stretch.count);
+        };
+        std::fill_n(steps.data(), stretch.count, T(1));
+        for (int y = 0; y < height; ++y) {
+            stretch.fetch_ahead(dst, y);
+            fill(stretch, y);
+            if (y > 0)
+                enter(y, y - 1);
+        }
+        std::fill_n(steps.data(), stretch.count, T(1));
+        for (int rows = height; rows > 1; --rows)
+            enter(rows - 2, rows - 1);
+    });
+}
+
 template <class T>
 void square_columns(T* dst, int columns, int height, std::ptrdiff_t stride)
 {
-    std::array<T, 2048> steps;
-    while (columns > 0) {
-        int const count = std::min(columns, static_cast<int>(steps.size()));
-        auto const enter = [&](std::ptrdiff_t y, std::ptrdiff_t from) {
-            square_row(dst + y * stride, dst + from * stride, steps.data(), static_cast<std::size_t>(count));
-        };
-        steps.fill(1);
-        for (int y = 1; y < height; ++y)
-            enter(y, y - 1);
-        steps.fill(1);
-        for (int rows = height; rows > 1; --rows)
-            enter(rows - 2, rows - 1);
-        dst += count;
-        columns -= count;
-    }
+    square_columns(dst, columns, height, stride, [](Stretch const&, int) {});
+}
+
+/// The same from the features, each row seeded as the scan comes to it.
+template <class S, class D>
+void square_columns(S const* src, D* dst, int width, int height, std::ptrdiff_t stride)
+{
+    D const background = far_value<D>(width, height);
+    square_columns(dst, width, height, stride, [=](Stretch const& stretch, int y) {
+        std::ptrdiff_t const at = stretch.first + y * stride;
+        stretch.fetch_ahead(src, y);
+        seed_row(dst + at, src + at, stretch.count, background);
+    });
+}
+
+/// The second column of the last pair. In a packed raster it is column 0 from its second row on, finished by now.
+template <class T>
+void square_odd_column(T* dst, int width, int height, std::ptrdiff_t stride)
+{
+    if (width > 0 && width % 2 != 0)
+        square_columns(dst + width, 1, height, stride);
 }
 
 /// One row of a unit-step scan downwards: features are 0, others one more than above, up to the limit.
@@ -115,9 +182,7 @@ template <class T>
 void edt_vertical(T* dst, int width, int height, long stride)
 {
     square_columns(dst, width, height, stride);
-    // The second column of the last pair. In a packed raster it is column 0 from its second row on, finished by now.
-    if (width > 0 && width % 2 != 0)
-        square_columns(dst + width, 1, height, stride);
+    square_odd_column(dst, width, height, stride);
 }
 
 template <class T>
@@ -139,17 +204,20 @@ void edt_horizontal(T* dst, int width, int height, long stride)
 template <class S, class D>
 void dt_vertical(S const* src, D* dst, int width, int height, long stride)
 {
-    if (width < 1)
-        return;
-    auto const count = static_cast<std::size_t>(width);
     D const limit = ceiling<D>(width, height);
     std::ptrdiff_t const step = stride;
-
-    seed_row(dst, src, count, limit);
-    for (int y = 1; y < height; ++y)
-        unit_row_down(dst + y * step, dst + (y - 1) * step, src + y * step, count, limit);
-    for (int rows = height; rows > 1; --rows)
-        unit_row_up(dst + (rows - 2) * step, dst + (rows - 1) * step, count);
+    in_stretches<D>(width, height, step, [=](Stretch const& stretch) {
+        S const* const seeds = src + stretch.first;
+        D* const top = dst + stretch.first;
+        seed_row(top, seeds, stretch.count, limit);
+        for (int y = 1; y < height; ++y) {
+            stretch.fetch_ahead(src, y);
+            stretch.fetch_ahead(dst, y);
+            unit_row_down(top + y * step, top + (y - 1) * step, seeds + y * step, stretch.count, limit);
+        }
+        for (int rows = height; rows > 1; --rows)
+            unit_row_up(top + (rows - 2) * step, top + (rows - 1) * step, stretch.count);
+    });
 }
 
 template <class S, class D>
@@ -182,8 +250,7 @@ template <class Metric, class S, class D>
 void vdt_stripe(S const* src, D* dst, int width, int height, long stride)
 {
     if constexpr (std::is_same_v<Metric, Euclidean>) {
-        seed(src, dst, width, height, stride, far_value<D>(width, height));
-        square_columns(dst, width, height, stride);
+        square_columns(src, dst, width, height, stride);
     } else {
         Metric::template vdt<S, D>(src, dst, width, height, stride);
     }
@@ -194,8 +261,8 @@ void vdt_stripe(S const* src, D* dst, int width, int height, long stride)
 template <class S, class D>
 void Euclidean::vdt(S const* src, D* dst, int width, int height, long stride)
 {
-    seed(src, dst, width, height, stride, far_value<D>(width, height));
-    detail::edt_vertical<D>(dst, width, height, stride);
+    square_columns(src, dst, width, height, stride);
+    square_odd_column(dst, width, height, stride);
 }
 
 template <class S, class D>

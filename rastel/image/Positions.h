@@ -3,6 +3,7 @@
 
 #include <rastel/image/PixelRows.h>
 #include <rastel/image/TImage.h>
+#include <rastel/oq/Fetch.h>
 #include <rastel/oq/Numeric.h>
 
 #include <algorithm>
@@ -30,13 +31,8 @@ struct Position {
     void advance() { at += step; }
 };
 
-/// Asks for the cache lines of a walk's next row early: one that leaves rows out, or takes
-/// them in pairs, isn't foreseen by the processor.
-inline void fetch_to_read(void const* first, std::size_t bytes)
-{
-    for (std::size_t i = 0; i < bytes; i += 64)
-        __builtin_prefetch(static_cast<unsigned char const*>(first) + i);
-}
+/// For a walk's next row, where the walk leaves rows out or takes them in pairs.
+using oq::fetch_to_read;
 
 /// The source columns of a row's pixels, in ascending order.
 struct Columns {

@@ -180,7 +180,7 @@ TYPED_TEST(Distance, FrontEndsFollowTheScans)
                                            {101, 70},
                                            {1, 200},
                                            {300, 2},
-                                           {2100, 5},
+                                           {4100, 3},
                                            {260, 261},
                                            {-3, 4},
                                            {4, -3},
