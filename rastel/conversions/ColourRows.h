@@ -85,7 +85,7 @@ public:
     bool on() const { return on_; }
 
 private:
-    static constexpr std::size_t large = std::size_t{16} << 20;
+    static constexpr std::size_t large = std::size_t{4} << 20;
     bool on_;
 };
 

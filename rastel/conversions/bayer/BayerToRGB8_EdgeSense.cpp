@@ -30,7 +30,10 @@ public:
         Span const band{rows.start, rows.end};
         Span const with_neighbours{rows.start - (rows.start > 0 ? 1 : 0), std::min<std::size_t>(rows.end + 1, height_)};
         for (std::size_t y = rows.start - std::min(rows.start, 3u); y < band.end + 3; ++y) {
-            at(y, 0, {0, height_}, [this](std::size_t row) { this->load(row); });
+            at(y, 0, {0, height_}, [this](std::size_t row) {
+                this->load(row);
+                fetch_border(row);
+            });
             at(y, 2, with_neighbours, [this](std::size_t row) { make_green(row); });
             at(y, 3, band, [this](std::size_t row) {
                 Span const columns = inner_columns(row);
@@ -51,6 +54,14 @@ private:
         std::size_t const even_width = width_ - width_ % 2;
         bool const any = even_width > 4 && y >= 2 && y + 2 < height_;
         return any ? Span{2, even_width - 2} : Span{0, 0};
+    }
+
+    /// Greens that nothing computes lie in memory that nothing else has touched lately. They are awaited one by one
+    /// unless somebody asks for them early.
+    void fetch_border(std::size_t y) const
+    {
+        __builtin_prefetch(dst_ + y * width_);
+        __builtin_prefetch(dst_ + y * width_ + width_ - 1);
     }
 
     void make_green(std::size_t y)
