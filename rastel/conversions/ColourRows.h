@@ -68,13 +68,17 @@ using colour_rows = fast;
 using colour_rows = plain;
 #endif
 
-/// Says whether the pixels of a destination are streamed to memory: those of one that is too large to stay in the
-/// caches are, where the processor would otherwise fetch every line of it only to overwrite it. Other threads may read
-/// them once this has been destroyed.
+/// Says whether the pixels of a destination are streamed to memory. Stores fetch every line that isn't in the caches
+/// yet only to overwrite it; streamed ones don't. They gain where most of what moves is written, and more than the
+/// caches next to a processor hold: then even a caller that reads the pixels at once has them no later. Other threads
+/// may read them once this has been destroyed.
 class Streaming
 {
 public:
-    explicit Streaming(std::size_t destination_bytes) : on_(destination_bytes > large) {}
+    Streaming(std::size_t bytes_read, std::size_t bytes_written)
+        : on_(bytes_written > bytes_read && bytes_written > large)
+    {
+    }
     ~Streaming()
     {
         if (on_)

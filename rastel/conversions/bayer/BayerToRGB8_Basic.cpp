@@ -40,8 +40,8 @@ enum class Green { mean, upper };
 class ChannelRows
 {
 public:
-    ChannelRows(std::size_t width, std::size_t pixels)
-        : width_(width), samples_(3 * width), streaming_(pixels * sizeof(RGB8))
+    ChannelRows(std::size_t width, Streaming const& streaming)
+        : width_(width), samples_(3 * width), streamed_(streaming.on())
     {
     }
 
@@ -53,13 +53,13 @@ public:
     void write(RGB8* out, bool red_above, std::size_t count)
     {
         colour_rows::join_channels(out, red_above ? above() : below(), green(), red_above ? below() : above(), count,
-                                   streaming_.on());
+                                   streamed_);
     }
 
 private:
     std::size_t width_;
     std::vector<unsigned char> samples_;
-    Streaming streaming_;
+    bool streamed_;
 };
 
 /// Decodes `count` pixels from the quads that reach from them to the right and down. Where `colour_column` is set the
@@ -93,7 +93,8 @@ void decode_rows(RGB8* dst, Mosaic<P> const& src, Rows rows, Scale scale)
     using Sample = typename P::Sample;
     std::size_t const width = src.width;
     ColumnParity<Sample> const columns(width);
-    ChannelRows channels(width, src.pixels);
+    Streaming const streaming(src.pixels * sizeof(Sample), src.pixels * sizeof(RGB8));
+    ChannelRows channels(width, streaming);
 
     // The last column has no quad: it repeats the one before.
     auto const row = [&](std::size_t y) {
@@ -162,7 +163,8 @@ RastelRGB8& Bayer_to_RGB8_downsample_2x(RastelRGB8& dst, Mosaic<P> const& src, s
     if (rows.empty() || src.width < 2 || !decodable(dst, src, 2))
         return dst;
     std::size_t const width = src.width;
-    ChannelRows channels(dst.width, dst.pixels);
+    Streaming const streaming(src.pixels * sizeof(typename P::Sample), dst.pixels * sizeof(RGB8));
+    ChannelRows channels(dst.width, streaming);
     with_scale<typename P::Sample>(src, [&](auto scale) {
         for (std::size_t y = rows.start; y < rows.end; y += 2) {
             auto const* const upper = samples(src) + y * width;

@@ -123,7 +123,8 @@ class PackedDecoder
 {
 public:
     PackedDecoder(RGB8* dst, Byte const* src, std::size_t width, std::size_t height)
-        : dst_(dst), src_(src), width_(width), height_(height), streaming_(width * height * sizeof(RGB8))
+        : dst_(dst), src_(src), width_(width), height_(height),
+          streaming_(width * height, width * height * sizeof(RGB8))
     {
     }
 
