@@ -60,8 +60,8 @@ RASTEL_CLONES void map_narrow_row(unsigned char* out, T const* samples, std::siz
     }
 }
 
-/// For wider ranges, with a size below 2^16: the upper half of the offset's product with 2^40 over the size, rounded
-/// up, is the quotient, and the greatest sample's is 255.
+/// For wider ranges: the upper half of the offset's product with 2^40 over the size, rounded up, is the quotient, and
+/// the greatest sample's is 255.
 struct WideDivision {
     std::uint16_t least, greatest, sign, reciprocal_upper, reciprocal_lower;
 };
@@ -80,14 +80,6 @@ RASTEL_CLONES void map_wide_row(unsigned char* out, T const* samples, std::size_
         std::uint16_t const carry = static_cast<std::uint16_t>(middle + lower) < middle ? 1 : 0;
         out[i] = static_cast<unsigned char>(upper + carry);
     }
-}
-
-/// All 2^16 values: a byte is a sample's upper half.
-template <class T>
-RASTEL_CLONES void map_full_row(unsigned char* out, T const* samples, std::size_t count, std::uint16_t sign)
-{
-    for (std::size_t i = 0; i < count; ++i)
-        out[i] = static_cast<unsigned char>((static_cast<std::uint16_t>(samples[i]) ^ sign) >> 8);
 }
 
 } // namespace
@@ -123,8 +115,6 @@ void SampleRange<T>::map(unsigned char* out, T const* samples, std::size_t count
     auto const greatest = static_cast<std::uint16_t>(static_cast<std::uint16_t>(greatest_) ^ sign);
     // With the ends crossed no sample has a quotient: below MIN it is below, all others are above.
     std::uint32_t const size = greatest < least ? 1 : std::uint32_t{greatest} - least + 1;
-    if (size == 65536)
-        return map_full_row(out, samples, count, sign);
     if (size > 32768) {
         std::uint64_t const reciprocal = ((std::uint64_t{1} << 40) + size - 1) / size; // of 25 bits
         return map_wide_row(out, samples, count,
