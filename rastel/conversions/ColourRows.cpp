@@ -1,11 +1,52 @@
 #include <rastel/conversions/ColourRows.h>
 
 #include <rastel/oq/Numeric.h>
+#include <rastel/oq/RowRuns.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
 
 namespace rastel::impl
 {
 
 using RGB = TRGB<unsigned char>;
+
+namespace
+{
+
+RASTEL_CLONES void add_byte_pairs(unsigned short* __restrict sums, unsigned char const* __restrict upper,
+                                  unsigned char const* __restrict lower, std::size_t count)
+{
+    for (oq::Run const run : oq::vector_runs(count))
+        for (std::size_t i = run.first; i < run.end; ++i)
+            sums[i] = static_cast<unsigned short>(upper[2 * i] + upper[2 * i + 1] + lower[2 * i] + lower[2 * i + 1]);
+}
+
+/// Each cell has three of the sums. 5461 / 65536 is a twelfth.
+RASTEL_CLONES void mean_of_sums(unsigned char* __restrict out, unsigned short const* __restrict sums, std::size_t count)
+{
+    for (oq::Run const run : oq::vector_runs(count))
+        for (std::size_t x = run.first; x < run.end; ++x) {
+            auto const sum = static_cast<unsigned short>(sums[3 * x] + sums[3 * x + 1] + sums[3 * x + 2] + 8);
+            out[x] = static_cast<unsigned char>((sum * std::uint32_t{5461} + 1020) >> 16);
+        }
+}
+
+} // namespace
+
+void mean_of_cells(unsigned char* out, unsigned char const* upper, unsigned char const* lower, std::size_t count)
+{
+    constexpr std::size_t most = 512;
+    std::array<unsigned short, 3 * most> sums;
+    // A mean that falls on a source must be there before the next cell is read.
+    std::size_t const step = apart(out, count, upper, 6 * count) && apart(out, count, lower, 6 * count) ? most : 1;
+    for (std::size_t x = 0; x < count; x += step) {
+        std::size_t const cells = std::min(step, count - x);
+        add_byte_pairs(sums.data(), upper + 6 * x, lower + 6 * x, 3 * cells);
+        mean_of_sums(out + x, sums.data(), cells);
+    }
+}
 
 RASTEL_CLONES void plain::spread_grey(RGB* out, unsigned char const* grey, std::size_t count)
 {
@@ -53,17 +94,6 @@ template void plain::mix_pixels<channels_standard_coefficients>(unsigned char*, 
 template void plain::mix_pixels<channel_R>(unsigned char*, RGB const*, std::size_t);
 template void plain::mix_pixels<channel_G>(unsigned char*, RGB const*, std::size_t);
 template void plain::mix_pixels<channel_B>(unsigned char*, RGB const*, std::size_t);
-
-RASTEL_CLONES void plain::mean_of_cells(unsigned char* out, unsigned char const* upper, unsigned char const* lower,
-                                        std::size_t count)
-{
-    for (std::size_t x = 0; x < count; ++x) {
-        unsigned int sum = 0;
-        for (std::size_t i = 0; i < 6; ++i)
-            sum += static_cast<unsigned int>(upper[6 * x + i]) + lower[6 * x + i];
-        out[x] = static_cast<unsigned char>(((sum + 8) * 5461 + 1020) >> 16);
-    }
-}
 
 RASTEL_CLONES void plain::join_channels(RGB* out, unsigned char const* r, unsigned char const* g,
                                         unsigned char const* b, std::size_t count, bool)

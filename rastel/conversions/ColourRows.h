@@ -12,6 +12,16 @@
 namespace rastel::impl
 {
 
+/// True if two runs of bytes share none.
+inline bool apart(unsigned char const* out, std::size_t out_size, unsigned char const* in, std::size_t in_size)
+{
+    return out + out_size <= in || in + in_size <= out;
+}
+
+/// The mean of all twelve samples of each 2x2 cell of three-byte pixels, from left to right: what a mean is stored on
+/// doesn't count any more.
+void mean_of_cells(unsigned char* out, unsigned char const* upper, unsigned char const* lower, std::size_t count);
+
 /// Rows of one channel each.
 struct Channels {
     unsigned char const *r, *g, *b;
@@ -33,9 +43,6 @@ struct plain {
     /// The mix of each pixel's channels.
     template <class Mix>
     static void mix_pixels(unsigned char* out, TRGB<unsigned char> const* pixels, std::size_t count);
-    /// The mean of all twelve samples of a cell: 5461 / 65536 is a twelfth.
-    static void mean_of_cells(unsigned char* out, unsigned char const* upper, unsigned char const* lower,
-                              std::size_t count);
     static void join_channels(TRGB<unsigned char>* out, unsigned char const* r, unsigned char const* g,
                               unsigned char const* b, std::size_t count, bool streamed);
     /// `count` pairs of pixels, the first of each pair from `even`, the second from `odd`.
@@ -52,8 +59,6 @@ struct fast {
                           unsigned char alpha_mask);
     template <class Mix>
     static void mix_pixels(unsigned char* out, TRGB<unsigned char> const* pixels, std::size_t count);
-    static void mean_of_cells(unsigned char* out, unsigned char const* upper, unsigned char const* lower,
-                              std::size_t count);
     static void join_channels(TRGB<unsigned char>* out, unsigned char const* r, unsigned char const* g,
                               unsigned char const* b, std::size_t count, bool streamed);
     static void join_pairs(TRGB<unsigned char>* out, Channels even, Channels odd, std::size_t count, bool streamed);

@@ -24,7 +24,6 @@ std::size_t SpreadGreyAlpha(std::uint8_t*, std::uint8_t const*, std::size_t, std
 std::size_t AddAlpha(std::uint8_t*, std::uint8_t const*, std::size_t, std::uint8_t) { return 0; }
 std::size_t MixAverage(std::uint8_t*, std::uint8_t const*, std::size_t) { return 0; }
 std::size_t MixStandard(std::uint8_t*, std::uint8_t const*, std::size_t) { return 0; }
-std::size_t MeanOfCells(std::uint8_t*, std::uint8_t const*, std::uint8_t const*, std::size_t) { return 0; }
 std::size_t JoinChannels(std::uint8_t*, std::uint8_t const*, std::uint8_t const*, std::uint8_t const*, std::size_t,
                          bool)
 {
@@ -173,37 +172,6 @@ std::size_t MixStandard(std::uint8_t* out, std::uint8_t const* pixels, std::size
     return MixPixels<Standard>(out, pixels, count);
 }
 
-/// The sums of the samples of each pair of pixels.
-WordVector PairSums(std::uint8_t const* row)
-{
-    Vector r;
-    Vector g;
-    Vector b;
-    hn::LoadInterleaved3(Bytes(), row, r, g, b);
-    WordVector const even = hn::Add(hn::Add(Even(r), Even(g)), Even(b));
-    WordVector const odd = hn::Add(hn::Add(Odd(r), Odd(g)), Odd(b));
-    return hn::Add(even, odd);
-}
-
-std::size_t MeanOfCells(std::uint8_t* out, std::uint8_t const* upper, std::uint8_t const* lower, std::size_t count)
-{
-    Words const d;
-    hn::Rebind<std::uint8_t, Words> const half;
-    hn::RebindToSigned<Words> const signed_words;
-    std::size_t const lanes = hn::Lanes(d);
-    std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes) {
-        WordVector const sum = hn::Add(hn::Add(PairSums(upper + 6 * i), PairSums(lower + 6 * i)), hn::Set(d, 8));
-        WordVector const twelfth = hn::Set(d, 5461);
-        // The upper half of the product and of what adding 1020 to the lower half carries.
-        WordVector const low = hn::Mul(sum, twelfth);
-        WordVector const carry = hn::IfThenElseZero(hn::Gt(low, hn::Set(d, 65535 - 1020)), hn::Set(d, 1));
-        WordVector const mean = hn::Add(hn::MulHigh(sum, twelfth), carry);
-        hn::StoreU(hn::DemoteTo(half, hn::BitCast(signed_words, mean)), half, out + i);
-    }
-    return i;
-}
-
 /// Joins the channels that load(i, r, g, b) gives for the pixels from i on, a multiple of `step`. Only x86 has stores
 /// that go past the caches here.
 template <class Load>
@@ -284,7 +252,6 @@ HWY_EXPORT(SpreadGreyAlpha);
 HWY_EXPORT(AddAlpha);
 HWY_EXPORT(MixAverage);
 HWY_EXPORT(MixStandard);
-HWY_EXPORT(MeanOfCells);
 HWY_EXPORT(JoinChannels);
 HWY_EXPORT(JoinPairs);
 
@@ -293,13 +260,9 @@ using RGB = TRGB<unsigned char>;
 unsigned char* bytes(RGB* pixels) { return reinterpret_cast<unsigned char*>(pixels); }
 unsigned char const* bytes(RGB const* pixels) { return reinterpret_cast<unsigned char const*>(pixels); }
 
-/// A vector's pixels are all read before any is written: only runs that are apart can be done so.
-bool apart(unsigned char const* out, std::size_t out_size, unsigned char const* in, std::size_t in_size)
-{
-    return out + out_size <= in || in + in_size <= out;
-}
-
 } // namespace
+
+// A vector's pixels are all read before any is written: only runs that are apart can be done so.
 
 void fast::spread_grey(RGB* out, unsigned char const* grey, std::size_t count)
 {
@@ -348,13 +311,6 @@ void fast::mix_pixels<channels_standard_coefficients>(unsigned char* out, RGB co
 template void fast::mix_pixels<channel_R>(unsigned char*, RGB const*, std::size_t);
 template void fast::mix_pixels<channel_G>(unsigned char*, RGB const*, std::size_t);
 template void fast::mix_pixels<channel_B>(unsigned char*, RGB const*, std::size_t);
-
-void fast::mean_of_cells(unsigned char* out, unsigned char const* upper, unsigned char const* lower, std::size_t count)
-{
-    bool const clear = apart(out, count, upper, 6 * count) && apart(out, count, lower, 6 * count);
-    std::size_t const done = clear ? HWY_DYNAMIC_DISPATCH(MeanOfCells)(out, upper, lower, count) : 0;
-    plain::mean_of_cells(out + done, upper + 6 * done, lower + 6 * done, count - done);
-}
 
 void fast::join_channels(RGB* out, unsigned char const* r, unsigned char const* g, unsigned char const* b,
                          std::size_t count, bool streamed)

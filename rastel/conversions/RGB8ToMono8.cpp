@@ -20,7 +20,7 @@ void convert_mixed(TImage<RGB> const& src, TImage<unsigned char>& dst, Path path
         write(dst.data(), src.data(), static_cast<std::size_t>(src.pixels));
         break;
     case Path::half:
-        sample_halves(dst, src, colour_rows::mean_of_cells); // whatever the mix
+        sample_halves(dst, src, mean_of_cells); // whatever the mix
         break;
     case Path::box:
         sample_boxes<MeanOfBox<std::uint32_t>>(dst, src, write);

@@ -59,7 +59,6 @@ TEST(ColourRows, VectorsGiveThePlainLoopsBytes)
     expect_equal_forms("standard", [](auto form, Rows r) {
         form.template mix_pixels<channels_standard_coefficients>(r.out, colours(r.in), r.count);
     });
-    expect_equal_forms("cells", [](auto form, Rows r) { form.mean_of_cells(r.out, r.in, r.more, r.count); });
     for (bool const streamed : {false, true}) {
         auto const join = [streamed](auto form, Rows r) {
             form.join_channels(colours(r.out), r.in, r.more, r.in + 300, r.count, streamed);
@@ -92,6 +91,24 @@ TEST(ColourRows, EveryProductOfTheMixes)
     colour_rows::mix_pixels<channels_average>(out.data(), pixels.data(), pixels.size());
     for (std::size_t i = 0; i < pixels.size(); ++i)
         ASSERT_EQ(out[i], ((pixels[i].r + pixels[i].g + pixels[i].b) * 85 + 255) >> 8);
+}
+
+TEST(ColourRows, MeansOfCellsAlsoInPlace)
+{
+    for (std::size_t const count : {1U, 30U, 511U, 513U, 1100U})
+        for (std::ptrdiff_t const at : {-1100, 0, 5, 8000}) { // before both inputs, over one, and inside either
+            auto expected = test::random_values<Byte>(16000, 5);
+            auto actual = expected;
+            auto const row = [at](std::vector<Byte>& bytes) { return bytes.data() + 1100 + at; };
+            for (std::size_t x = 0; x < count; ++x) {
+                unsigned int sum = 0;
+                for (std::size_t i = 6 * x; i < 6 * x + 6; ++i)
+                    sum += static_cast<unsigned int>(expected[1100 + i]) + expected[8000 + i];
+                row(expected)[x] = static_cast<Byte>(((sum + 8) * 5461 + 1020) >> 16);
+            }
+            mean_of_cells(row(actual), actual.data() + 1100, actual.data() + 8000, count);
+            ASSERT_EQ(actual, expected) << count << " cells at " << at;
+        }
 }
 
 } // namespace
