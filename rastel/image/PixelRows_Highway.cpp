@@ -46,37 +46,57 @@ std::size_t PickBytes(std::uint8_t* out, std::uint8_t const* row, ByteWindows co
                                    : PickBlocks<4>(out, row, windows, blocks);
 }
 
-using Bytes = hn::ScalableTag<std::uint8_t>;
-using HalfBytes = hn::Half<Bytes>;
+using Bytes = hn::CappedTag<std::uint8_t, 64>;
 using Words = hn::Repartition<std::uint16_t, Bytes>;
-using Vector = hn::Vec<Bytes>;
+using Quads = hn::Repartition<std::uint32_t, Bytes>;
+using HalfBytes = hn::Half<Bytes>;
+using HalfQuads = hn::Repartition<std::uint32_t, HalfBytes>;
 
-/// Lanes 0 and 1, 2 and 3, ... added up.
-hn::Vec<Words> PairSums(Vector v)
-{
-    Words const d;
-    auto const words = hn::BitCast(d, v);
-    return hn::Add(hn::And(words, hn::Set(d, 255)), hn::ShiftRight<8>(words));
-}
-
-hn::Vec<HalfBytes> Means(Vector upper, Vector lower)
-{
-    auto const sum = hn::Add(PairSums(upper), PairSums(lower));
-    return hn::DemoteTo(HalfBytes(), hn::BitCast(hn::RebindToSigned<Words>(), hn::ShiftRight<2>(sum)));
-}
-
+/// Each block of 16 bytes takes four source pixels and gives two: its bytes are spread over words, those of the pixels
+/// on the left apart from those on the right.
 std::size_t HalveTriples(std::uint8_t* out, std::uint8_t const* upper, std::uint8_t const* lower, std::size_t pixels)
 {
     Bytes const d;
+    Words const words;
+    Quads const quads;
     HalfBytes const half;
-    std::size_t const lanes = hn::Lanes(half);
+    HalfQuads const half_quads;
+    std::size_t const blocks = hn::Lanes(d) / 16;
+    constexpr std::uint8_t none = 0x80;
+    HWY_ALIGN static constexpr std::uint8_t of_left[16] = {0, none, 1, none, 2,    none, 6,    none,
+                                                           7, none, 8, none, none, none, none, none};
+    HWY_ALIGN static constexpr std::uint8_t of_right[16] = {3,  none, 4,  none, 5,    none, 9,    none,
+                                                            10, none, 11, none, none, none, none, none};
+    HWY_ALIGN static constexpr std::uint8_t close[16] = {0,  1,  2,  3,  4,    5,    8,    9,
+                                                         10, 11, 12, 13, none, none, none, none};
+    HWY_ALIGN std::uint32_t spread[16], join[16];
+    for (std::uint32_t i = 0; i < 4 * blocks; ++i) {
+        spread[i] = i / 4 * 3 + i % 4;
+        join[i] = std::min<std::uint32_t>(i / 3 * 4 + i % 3, 2 * blocks - 1);
+    }
+    auto const spread_to = hn::SetTableIndices(quads, spread);
+    auto const join_to = hn::SetTableIndices(half_quads, join);
+    auto const left = hn::LoadDup128(d, of_left);
+    auto const right = hn::LoadDup128(d, of_right);
+    auto const closed = hn::LoadDup128(half, close);
+    std::size_t const step = 2 * blocks;
+    // A whole vector is read and half a one written each time.
     std::size_t i = 0;
-    for (; i + lanes <= pixels; i += lanes) {
-        Vector upper_r, upper_g, upper_b, lower_r, lower_g, lower_b;
-        hn::LoadInterleaved3(d, upper + 6 * i, upper_r, upper_g, upper_b);
-        hn::LoadInterleaved3(d, lower + 6 * i, lower_r, lower_g, lower_b);
-        hn::StoreInterleaved3(Means(upper_r, lower_r), Means(upper_g, lower_g), Means(upper_b, lower_b), half,
-                              out + 3 * i);
+    for (; i + 4 * blocks <= pixels; i += step) {
+        auto const load = [&](std::uint8_t const* row) HWY_ATTR {
+            return hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(quads, hn::LoadU(d, row + 6 * i)), spread_to));
+        };
+        auto const above = load(upper);
+        auto const below = load(lower);
+        auto const on_left = hn::Add(hn::BitCast(words, hn::TableLookupBytesOr0(above, left)),
+                                     hn::BitCast(words, hn::TableLookupBytesOr0(below, left)));
+        auto const on_right = hn::Add(hn::BitCast(words, hn::TableLookupBytesOr0(above, right)),
+                                      hn::BitCast(words, hn::TableLookupBytesOr0(below, right)));
+        auto const means = hn::ShiftRight<2>(hn::Add(on_left, on_right));
+        auto const bytes = hn::DemoteTo(half, hn::BitCast(hn::RebindToSigned<Words>(), means));
+        auto const packed =
+            hn::TableLookupLanes(hn::BitCast(half_quads, hn::TableLookupBytesOr0(bytes, closed)), join_to);
+        hn::StoreU(hn::BitCast(half, packed), half, out + 3 * i);
     }
     return i;
 }

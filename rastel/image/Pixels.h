@@ -2,6 +2,7 @@
 #pragma once
 
 #include <rastel/image/TImage.h>
+#include <rastel/oq/Fetch.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -70,6 +71,17 @@ template <class T>
 std::size_t pixels_in_room(TImage<T> const& image)
 {
     return in_room(image, 0, image.pixels);
+}
+
+/// Asks for a run of pixels that is read soon, as far as the image has room for it. The end of a long one the processor
+/// foresees.
+template <class T>
+[[gnu::always_inline]] inline void fetch_run(TImage<T> const& image, std::size_t from, std::size_t count)
+{
+    constexpr std::size_t most = (std::size_t{1} << 14) / sizeof(T);
+    std::size_t const length = std::min(in_room(image, from, count), most);
+    if (length != 0)
+        oq::fetch_to_read<oq::Cache::second>(image.data() + from, length * sizeof(T));
 }
 
 /// Copies a run of pixels, as far as both images have room for it, and returns its length.

@@ -78,6 +78,7 @@ void Crop(TImage<T> const& src, TImage<T>& dst, PosType x0, PosType y0, PosType 
     std::int64_t const rows = src.pixels == 0 ? 0 : y.clipped_length();
     std::int64_t const to_x = x.offset(keep_geometry);
     std::int64_t const to_y = y.offset(keep_geometry);
+    constexpr std::int64_t rows_ahead = 4;
     for (std::int64_t row = 0; row < rows; ++row) {
         std::int64_t const to = (to_y + row) * dst.width + to_x;
         std::int64_t const from = (y.clipped_first + row) * src.width + x.clipped_first;
@@ -86,6 +87,9 @@ void Crop(TImage<T> const& src, TImage<T>& dst, PosType x0, PosType y0, PosType 
             continue;
         auto const begin = static_cast<std::size_t>(to + skipped);
         clear_to(begin);
+        if (row + rows_ahead < rows)
+            detail::fetch_run(src, static_cast<std::size_t>(from + skipped + rows_ahead * src.width),
+                              static_cast<std::size_t>(count - skipped));
         std::size_t const copied = detail::copy_run(dst, begin, src, static_cast<std::size_t>(from + skipped),
                                                     static_cast<std::size_t>(count - skipped));
         done = std::max(done, begin + copied);

@@ -51,9 +51,8 @@ void resample_nearest(TImage<T> const& src, TImage<T>& dst, float offset)
             Position next = y;
             next.advance();
             std::size_t const next_row = std::size_t{next.pixel(offset)} * src.width;
-            std::size_t const ahead = in_room(src, next_row, src.width);
-            if (ahead > 0 && next_row > source_row + src.width)
-                fetch_to_read(src.data() + next_row, ahead * sizeof(T));
+            if (next_row > source_row + src.width)
+                fetch_run(src, next_row, src.width);
             pick_row(out, src, source_row, columns, count);
         }
         above = source_row;
@@ -82,6 +81,8 @@ void halve(TImage<T> const& src, TImage<T>& dst)
     std::size_t const pitch = src.width;
     std::size_t const width = src.width / 2;
     std::size_t const height = src.height / 2;
+    // Two rows and the two before them have to fit into the first cache.
+    bool const fetched = pitch * sizeof(T) <= 8192;
     for (std::size_t row = 0; row < height; ++row) {
         std::size_t const lower = (2 * row + 1) * pitch;
         std::size_t const count = std::min(in_room(dst, row * width, width), in_room(src, lower, 2 * width) / 2);
@@ -91,7 +92,7 @@ void halve(TImage<T> const& src, TImage<T>& dst)
         auto const* const above = samples(src.data() + lower - pitch);
         auto const* const below = samples(src.data() + lower);
         std::size_t const ahead = row + 1 < height ? in_room(src, lower + pitch, 2 * pitch) : 0;
-        if (ahead > 0)
+        if (fetched && ahead > 0)
             fetch_to_read(below + pitch * channels<T>, ahead * sizeof(T));
         std::size_t done = 0;
         if constexpr (sizeof(T) == 3)
