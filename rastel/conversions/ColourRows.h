@@ -32,7 +32,7 @@ struct Channels {
 /// Four-byte pixels are given as bytes, alpha last. Alpha becomes its old value OR the mask: 0 keeps it, 255 makes the
 /// pixel opaque.
 ///
-/// Joined pixels may be streamed past the caches: see Streaming.
+/// Joined pixels and spread grey may be streamed past the caches: see Streaming.
 struct plain {
     /// grey -> r, g and b
     static void spread_grey(TRGB<unsigned char>* out, unsigned char const* grey, std::size_t count);

@@ -19,8 +19,8 @@ namespace hn = hwy::HWY_NAMESPACE;
 /// Each function returns how many pixels it did; without vectors none.
 #if HWY_TARGET == HWY_SCALAR
 
-std::size_t SpreadGrey(std::uint8_t*, std::uint8_t const*, std::size_t) { return 0; }
-std::size_t SpreadGreyAlpha(std::uint8_t*, std::uint8_t const*, std::size_t, std::uint8_t) { return 0; }
+std::size_t SpreadGrey(std::uint8_t*, std::uint8_t const*, std::size_t, bool) { return 0; }
+std::size_t SpreadGreyAlpha(std::uint8_t*, std::uint8_t const*, std::size_t, std::uint8_t, bool) { return 0; }
 std::size_t AddAlpha(std::uint8_t*, std::uint8_t const*, std::size_t, std::uint8_t) { return 0; }
 std::size_t MixAverage(std::uint8_t*, std::uint8_t const*, std::size_t) { return 0; }
 std::size_t MixStandard(std::uint8_t*, std::uint8_t const*, std::size_t) { return 0; }
@@ -40,8 +40,17 @@ using WordVector = hn::Vec<Words>;
 
 using Sixteen = hn::FixedTag<std::uint8_t, 16>;
 
+template <class V>
+HWY_INLINE void Put(V bytes, Sixteen d, std::uint8_t* out, bool streamed)
+{
+    if (streamed)
+        hn::Stream(bytes, d, out);
+    else
+        hn::StoreU(bytes, d, out);
+}
+
 /// Sixteen pixels at a time: a shuffle for each sixteen bytes of them.
-std::size_t SpreadGrey(std::uint8_t* out, std::uint8_t const* grey, std::size_t count)
+std::size_t SpreadGrey(std::uint8_t* out, std::uint8_t const* grey, std::size_t count, bool streamed)
 {
     Sixteen const d;
     HWY_ALIGN static constexpr std::uint8_t places[48] = {
@@ -53,14 +62,15 @@ std::size_t SpreadGrey(std::uint8_t* out, std::uint8_t const* grey, std::size_t 
     std::size_t i = 0;
     for (; i + 16 <= count; i += 16) {
         auto const values = hn::LoadU(d, grey + i);
-        hn::StoreU(hn::TableLookupBytes(values, first), d, out + 3 * i);
-        hn::StoreU(hn::TableLookupBytes(values, second), d, out + 3 * i + 16);
-        hn::StoreU(hn::TableLookupBytes(values, third), d, out + 3 * i + 32);
+        Put(hn::TableLookupBytes(values, first), d, out + 3 * i, streamed);
+        Put(hn::TableLookupBytes(values, second), d, out + 3 * i + 16, streamed);
+        Put(hn::TableLookupBytes(values, third), d, out + 3 * i + 32, streamed);
     }
     return i;
 }
 
-std::size_t SpreadGreyAlpha(std::uint8_t* out, std::uint8_t const* grey, std::size_t count, std::uint8_t alpha_mask)
+std::size_t SpreadGreyAlpha(std::uint8_t* out, std::uint8_t const* grey, std::size_t count, std::uint8_t alpha_mask,
+                            bool streamed)
 {
     Sixteen const d;
     HWY_ALIGN static constexpr std::uint8_t alphas[16] = {0, 0, 0, 255, 0, 0, 0, 255, 0, 0, 0, 255, 0, 0, 0, 255};
@@ -75,7 +85,7 @@ std::size_t SpreadGreyAlpha(std::uint8_t* out, std::uint8_t const* grey, std::si
         for (std::size_t part = 0; part < 4; ++part, place = hn::Add(place, four)) {
             std::uint8_t* const pixels = out + 4 * (i + 4 * part);
             auto const old = alpha_mask == 0 ? hn::And(hn::LoadU(d, pixels), alpha) : alpha;
-            hn::StoreU(hn::Or(hn::TableLookupBytesOr0(values, place), old), d, pixels);
+            Put(hn::Or(hn::TableLookupBytesOr0(values, place), old), d, pixels, streamed);
         }
     }
     return i;
@@ -260,21 +270,31 @@ using RGB = TRGB<unsigned char>;
 unsigned char* bytes(RGB* pixels) { return reinterpret_cast<unsigned char*>(pixels); }
 unsigned char const* bytes(RGB const* pixels) { return reinterpret_cast<unsigned char const*>(pixels); }
 
+/// Sixteen bytes can be streamed to where an image of its own memory begins.
+bool aligned(void const* out) { return reinterpret_cast<std::uintptr_t>(out) % 16 == 0; }
+
 } // namespace
 
 // A vector's pixels are all read before any is written: only runs that are apart can be done so.
 
 void fast::spread_grey(RGB* out, unsigned char const* grey, std::size_t count)
 {
-    std::size_t const done =
-        apart(bytes(out), 3 * count, grey, count) ? HWY_DYNAMIC_DISPATCH(SpreadGrey)(bytes(out), grey, count) : 0;
+    Streaming const streaming(count, 3 * count);
+    bool const streamed = streaming.on() && aligned(out);
+    std::size_t const done = apart(bytes(out), 3 * count, grey, count)
+                                 ? HWY_DYNAMIC_DISPATCH(SpreadGrey)(bytes(out), grey, count, streamed)
+                                 : 0;
     plain::spread_grey(out + done, grey + done, count - done);
 }
 
 void fast::spread_grey_alpha(unsigned char* out, unsigned char const* grey, std::size_t count, unsigned char alpha_mask)
 {
-    std::size_t const done =
-        apart(out, 4 * count, grey, count) ? HWY_DYNAMIC_DISPATCH(SpreadGreyAlpha)(out, grey, count, alpha_mask) : 0;
+    // Where alpha is kept, the lines of the destination are read anyway.
+    Streaming const streaming(count, 4 * count);
+    bool const streamed = streaming.on() && alpha_mask != 0 && aligned(out);
+    std::size_t const done = apart(out, 4 * count, grey, count)
+                                 ? HWY_DYNAMIC_DISPATCH(SpreadGreyAlpha)(out, grey, count, alpha_mask, streamed)
+                                 : 0;
     plain::spread_grey_alpha(out + 4 * done, grey + done, count - done, alpha_mask);
 }
 

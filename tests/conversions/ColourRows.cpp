@@ -72,6 +72,26 @@ TEST(ColourRows, VectorsGiveThePlainLoopsBytes)
     }
 }
 
+TEST(ColourRows, GreySpreadPastTheCaches)
+{
+    auto const grey = test::random_values<Byte>(1500001, 4);
+    for (std::size_t const shift : {0U, 1U})
+        for (bool const alpha : {false, true}) {
+            test::Guarded<Byte> expected(4 * grey.size() + shift);
+            test::Guarded<Byte> actual(4 * grey.size() + shift);
+            auto const spread = [&](auto form, Byte* out) {
+                if (alpha)
+                    form.spread_grey_alpha(out, grey.data(), grey.size(), 255);
+                else
+                    form.spread_grey(colours(out), grey.data(), grey.size());
+            };
+            spread(plain(), expected.data() + shift);
+            spread(colour_rows(), actual.data() + shift);
+            ASSERT_TRUE(actual.values() == expected.values()) << "shift " << shift;
+            ASSERT_TRUE(actual.guards_intact()) << "shift " << shift;
+        }
+}
+
 TEST(ColourRows, EveryProductOfTheMixes)
 {
     // All values of each channel beside extremes of the others, where the sums of low halves carry.
