@@ -209,19 +209,40 @@ RASTEL_CLONES void offer_both_ways(T* __restrict to, T const* __restrict from, s
     }
 }
 
+/// Elements from a cache line's beginning on. Loops whose vectors all lie across two lines take a quarter longer.
+template <class T>
+class Scratch
+{
+public:
+    static constexpr std::size_t line = 64 / sizeof(T);
+
+    explicit Scratch(std::size_t count) : room_(new T[count + line]), first_(room_.get())
+    {
+        std::size_t bytes = (count + line) * sizeof(T);
+        std::align(64, count * sizeof(T), first_, bytes); // always fits
+    }
+
+    T* get() const { return static_cast<T*>(first_); }
+
+private:
+    std::unique_ptr<T[]> room_;
+    void* first_;
+};
+
 template <class T>
 class UnitReach
 {
 public:
-    explicit UnitReach(std::size_t width) : width_(width), rows_(new T[2 * (width + 2 * width)])
+    explicit UnitReach(std::size_t width)
+        : width_(width), pitch_((width / Scratch<T>::line + 1) * Scratch<T>::line), rows_(6 * pitch_)
     {
-        std::fill_n(rows_.get(), 6 * width, greatest<T>);
+        std::fill_n(rows_.get(), 6 * pitch_, greatest<T>);
     }
 
     void operator()(T* row)
     {
-        T* now = rows_.get() + width_;
-        T* next = now + 3 * width_;
+        T* now = rows_.get() + pitch_;
+        T* next = now + 3 * pitch_;
         Span<T> const values = span(row, width_);
         // From further away than the values are apart, even the least of them is no gain.
         std::size_t const useful =
@@ -237,8 +258,8 @@ public:
     }
 
 private:
-    std::size_t width_;
-    std::unique_ptr<T[]> rows_; ///< two rows, each between two others of nothing but the greatest T
+    std::size_t width_, pitch_;
+    Scratch<T> rows_; ///< two rows, each between two others of nothing but the greatest T
 };
 
 template <class Metric, class T>
@@ -247,7 +268,7 @@ class WinnerBlocks
 public:
     explicit WinnerBlocks(std::size_t width)
         : width_(width), blocks_((width + block - 1) / block), far_(width + block + lanes), away_(new T[2 * far_ + 1]),
-          own_(new T[width + lanes]), best_(new T[blocks_ * block]), winners_(new unsigned[blocks_ + 3])
+          own_(width + lanes), best_(blocks_ * block), winners_(new unsigned[blocks_ + 3])
     {
         for (std::size_t distance = 0; distance <= far_; ++distance)
             away_[far_ + distance] = away_[far_ - distance] = The::template away<T>(static_cast<unsigned>(distance));
@@ -339,8 +360,8 @@ private:
     }
 
     std::size_t width_, blocks_, far_;
-    std::unique_ptr<T[]> away_;       ///< The::away of every offset from -far_ to far_
-    std::unique_ptr<T[]> own_, best_; ///< the row before and after
+    std::unique_ptr<T[]> away_; ///< The::away of every offset from -far_ to far_
+    Scratch<T> own_, best_;     ///< the row before and after
     std::unique_ptr<unsigned[]> winners_;
 };
 
