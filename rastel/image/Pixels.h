@@ -78,7 +78,7 @@ std::size_t pixels_in_room(TImage<T> const& image)
 template <class T>
 [[gnu::always_inline]] inline void fetch_run(TImage<T> const& image, std::size_t from, std::size_t count)
 {
-    constexpr std::size_t most = (std::size_t{1} << 14) / sizeof(T);
+    constexpr std::size_t most = (std::size_t{1} << 13) / sizeof(T);
     std::size_t const length = std::min(in_room(image, from, count), most);
     if (length != 0)
         oq::fetch_to_read<oq::Cache::second>(image.data() + from, length * sizeof(T));
