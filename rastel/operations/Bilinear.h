@@ -319,7 +319,7 @@ void resample_bilinear_by(TImage<unsigned char> const& src, TImage<unsigned char
             std::size_t const row_count = two ? 2 : 1;
             std::array<MixedRow, 2> const rows{mixed(row), mixed(row + row_count - 1)};
             if (row + row_count < y.count())
-                for (std::size_t const ahead : {0, 1})
+                for (std::size_t ahead = 0; ahead < 2; ++ahead)
                     fetch_run(src, (y.pixel.at[row + row_count] + ahead) * src.width, src.width);
             if (count != 0)
                 arithmetic.mix(rows.data(), row_count, upper.row, lower.row, count);
