@@ -2,6 +2,7 @@
 
 #include <rastel/conversions/bayer/Bands.h>
 #include <rastel/conversions/bayer/ColourDifferences.h>
+#include <rastel/oq/Fetch.h>
 
 using namespace rastel;
 using namespace rastel::impl;
@@ -32,7 +33,9 @@ public:
         for (std::size_t y = rows.start - std::min(rows.start, 3u); y < band.end + 3; ++y) {
             at(y, 0, {0, height_}, [this](std::size_t row) {
                 this->load(row);
-                fetch_border(row);
+                // The greens that are read from the destination would each be waited for.
+                oq::fetch_to_read(dst_ + row * width_, sizeof(RGB8));
+                oq::fetch_to_read(dst_ + row * width_ + width_ - 1, sizeof(RGB8));
             });
             at(y, 2, with_neighbours, [this](std::size_t row) { make_green(row); });
             at(y, 3, band, [this](std::size_t row) {
@@ -54,14 +57,6 @@ private:
         std::size_t const even_width = width_ - width_ % 2;
         bool const any = even_width > 4 && y >= 2 && y + 2 < height_;
         return any ? Span{2, even_width - 2} : Span{0, 0};
-    }
-
-    /// Greens that nothing computes lie in memory that nothing else has touched lately. They are awaited one by one
-    /// unless somebody asks for them early.
-    void fetch_border(std::size_t y) const
-    {
-        __builtin_prefetch(dst_ + y * width_);
-        __builtin_prefetch(dst_ + y * width_ + width_ - 1);
     }
 
     void make_green(std::size_t y)
