@@ -9,6 +9,7 @@
 
 #include <rastel/conversions/ColourRows.h>
 #include <rastel/conversions/bayer/Cell.h>
+#include <rastel/oq/Fetch.h>
 #include <rastel/oq/Numeric.h>
 #include <rastel/oq/RowRuns.h>
 
@@ -134,9 +135,11 @@ protected:
     /// Elements of a packed row, at most.
     std::size_t sites() const { return width_ / 2 + 1; }
 
-    /// Takes the samples of a row.
+    /// Takes the samples of a row, and has those of the row after the next one come nearer.
     void load(std::size_t y)
     {
+        if (y + 2 < height_)
+            oq::fetch_to_read<oq::Cache::second>(src_ + (y + 2) * width_, width_);
         bool const colour_first = colour_x<P>(y) == 0;
         split_row(colour_first ? colour_[y] : green_[y], colour_first ? green_[y] : colour_[y], src_ + y * width_,
                   width_);
