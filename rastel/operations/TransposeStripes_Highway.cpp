@@ -89,10 +89,10 @@ HWY_INLINE void TransposeSquare(std::uint8_t* dst, std::ptrdiff_t dst_pitch, std
     }
 }
 
-/// Turns the squares side by side in a stripe.
+/// Turns the squares side by side in a stripe, two or more. Nothing is read outside the stripe.
 template <std::size_t pixel_size, bool last>
 void TransposeSquares(std::uint8_t* dst, std::ptrdiff_t dst_pitch, std::uint8_t const* src, std::ptrdiff_t src_pitch,
-                      std::ptrdiff_t columns, bool at_end)
+                      std::ptrdiff_t columns)
 {
     constexpr std::ptrdiff_t edge = square_edge<pixel_size>;
     constexpr std::ptrdiff_t bytes = edge * static_cast<std::ptrdiff_t>(pixel_size);
@@ -101,10 +101,7 @@ void TransposeSquares(std::uint8_t* dst, std::ptrdiff_t dst_pitch, std::uint8_t 
         dst += edge * dst_pitch;
         src += bytes;
     }
-    if (pixel_size == 3 && at_end)
-        TransposeSquare<pixel_size, pixel_size == 3, last>(dst, dst_pitch, src, src_pitch);
-    else
-        TransposeSquare<pixel_size, false, last>(dst, dst_pitch, src, src_pitch);
+    TransposeSquare<pixel_size, pixel_size == 3, last>(dst, dst_pitch, src, src_pitch);
 }
 
 void StreamRow(std::uint8_t* dst, std::uint8_t const* src, std::size_t count)
@@ -145,12 +142,10 @@ void TransposeBand(Transposition const& band, std::uint8_t* turned, std::ptrdiff
             for (std::ptrdiff_t row = top; band.streamed && row < top + edge; ++row)
                 hwy::Prefetch(end_of_row(row + rows_ahead));
             std::uint8_t const* const from = band.src + top * band.src_pitch + left * size;
-            bool const at_end = left == last_left;
             if (pixel_size == 3 && !band.streamed && top + edge + 2 > band.rows)
-                TransposeSquares<pixel_size, pixel_size == 3>(to + top * size, pitch, from, band.src_pitch, stripe,
-                                                              at_end);
+                TransposeSquares<pixel_size, pixel_size == 3>(to + top * size, pitch, from, band.src_pitch, stripe);
             else
-                TransposeSquares<pixel_size, false>(to + top * size, pitch, from, band.src_pitch, stripe, at_end);
+                TransposeSquares<pixel_size, false>(to + top * size, pitch, from, band.src_pitch, stripe);
         }
         for (std::ptrdiff_t column = 0; band.streamed && column < stripe; ++column)
             StreamRow(band.dst + (left + column) * band.dst_pitch, turned + column * pitch,

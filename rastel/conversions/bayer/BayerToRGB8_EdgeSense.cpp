@@ -143,7 +143,7 @@ RastelRGB8& Bayer_to_RGB8_edge_sense(RastelRGB8& dst, Mosaic<P> const& src, std:
 {
     if constexpr (sizeof(typename P::Sample) == 1) {
         Rows const rows = band_rows(src.height, band, bands);
-        if (!rows.empty() && decodable(dst, src))
+        if (!rows.empty() && src.width > 0 && decodable(dst, src))
             EdgeSense<P>(dst.data(), samples(src), src.width, even_part(src.height)).decode(rows);
         return dst;
     } else {
