@@ -209,7 +209,7 @@ struct WalksInRoom : testing::Test {
     {
         long long const rooms[] = {pixels, pixels, pixels + width + 1, pixels + 1, pixels - below(2 * 40), below(90)};
         return static_cast<std::size_t>(std::max(0LL, rooms[below(6)])) * sizeof(T) +
-               static_cast<std::size_t>(below(sizeof(T)));
+               static_cast<std::size_t>(std::max(0, below(2 * int{sizeof(T)}) - int{sizeof(T)}));
     }
     FencedImage<T> some_image(int width, int height)
     {
@@ -268,9 +268,9 @@ TYPED_TEST(WalksInRoom, DeInterlace)
 
 TYPED_TEST(WalksInRoom, Rotate)
 {
-    for (int round = 0; round < 150; ++round) {
+    for (int round = 0; round < 400; ++round) {
         int const limit = round % 5 == 0 ? 200 : 41; // beyond the size of a tile now and then
-        bool const large = round % 75 == 74;         // beyond that of a processor's own cache
+        bool const large = round % 200 == 199;       // beyond that of a processor's own cache
         int const w = this->below(limit) + (large ? 800 : 0), h = this->below(limit) + (large ? 1400 : 0);
         auto src = this->some_image(w, h), dst = this->some_image(h, w);
         double const angle = std::vector<double>{90, -90, 180, 270, -270}[static_cast<std::size_t>(this->below(5))];
