@@ -1,7 +1,7 @@
 // Rows of colour pixels: grey spread over channels, alpha added, channels mixed, channels joined.
 //
-// The loops in `plain` define the results and run everywhere. Where the library is built with Google Highway, the
-// functions outside do the same in vectors, which take three-byte pixels apart much faster.
+// The loops in `plain` define the results and run everywhere. Where the library is built with Google Highway, those in
+// `fast` do the same in vectors, which take three-byte pixels apart much faster.
 #pragma once
 
 #include <rastel/conversions/ChannelMix.h>

@@ -29,7 +29,7 @@ struct ByteWindows {
 std::size_t pick_bytes(unsigned char* out, unsigned char const* row, ByteWindows const& windows, std::size_t count,
                        std::size_t readable);
 
-/// Means of 2x2 pixels with three channels; returns the number of pixels done.
+/// Means of 2x2 pixels with three channels; returns the number of pixels done. Of the others the first may be spoilt.
 std::size_t halve_triples(unsigned char* out, unsigned char const* upper, unsigned char const* lower,
                           std::size_t pixels);
 

@@ -19,8 +19,8 @@ struct Transposition {
     bool streamed;
 };
 
-/// For pixels of one to four bytes. Returns whether it was done: not without Google Highway, and not for images that
-/// are only a few pixels wide or high.
+/// For pixels of one to four bytes. Returns whether it was done: not without Google Highway, not for images that are
+/// only a few pixels wide or high, and not if there is no memory for a stripe.
 #ifdef RASTEL_HAS_HIGHWAY
 bool transpose_stripes(Transposition const& whole, std::size_t pixel_size);
 #else

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <type_traits>
 
 HWY_BEFORE_NAMESPACE();
@@ -169,7 +170,9 @@ bool TransposeBands(Transposition const& whole)
     // Of an odd number of cache lines, so that a column's pixels don't compete for the same places of the cache.
     std::ptrdiff_t const pitch = (band_rows * size / 64 | 1) * 64 + 128;
     std::unique_ptr<std::uint8_t[]> const turned(
-        whole.streamed ? new std::uint8_t[static_cast<std::size_t>(stripe * pitch)] : nullptr);
+        whole.streamed ? new (std::nothrow) std::uint8_t[static_cast<std::size_t>(stripe * pitch)] : nullptr);
+    if (whole.streamed && !turned)
+        return false; // a turn doesn't fail: it goes by tiles, which take no memory
     for (std::ptrdiff_t start = 0; start < whole.rows; start += band_rows) {
         // The last band overlaps the one before it.
         std::ptrdiff_t const top = std::min(start, whole.rows - band_rows);
