@@ -375,12 +375,9 @@ template <class S, class D, class Quad>
 void sample_halves(TImage<D>& dst, TImage<S> const& src, Quad const& quad)
 {
     std::size_t const two_rows = 2 * std::size_t{src.width};
-    // In rows longer than a page the processor's own foresight does better.
-    bool const fetched = src.width * sizeof(S) <= 4096;
     for (std::uint32_t y = 0; y < dst.height; ++y) {
         std::size_t const upper = y * two_rows;
-        if (std::size_t const ahead = detail::in_room(src, upper + two_rows, two_rows); fetched && ahead != 0)
-            detail::fetch_to_read(src.data() + upper + two_rows, ahead * sizeof(S));
+        detail::fetch_pair(src, upper + two_rows, 4096);
         quad(dst.data() + std::size_t{y} * dst.width, detail::samples(src.data() + upper),
              detail::samples(src.data() + upper + src.width), std::size_t{dst.width});
     }

@@ -3,7 +3,6 @@
 
 #include <rastel/image/PixelRows.h>
 #include <rastel/image/TImage.h>
-#include <rastel/oq/Fetch.h>
 #include <rastel/oq/Numeric.h>
 
 #include <algorithm>
@@ -30,9 +29,6 @@ struct Position {
     std::uint32_t pixel(float offset = 0.0F) const { return oq::saturate_cast<std::uint32_t>(at + offset); }
     void advance() { at += step; }
 };
-
-/// For a walk's next row, where the walk leaves rows out or takes them in pairs.
-using oq::fetch_to_read;
 
 /// The source columns of a row's pixels, in ascending order.
 struct Columns {

@@ -81,8 +81,6 @@ void halve(TImage<T> const& src, TImage<T>& dst)
     std::size_t const pitch = src.width;
     std::size_t const width = src.width / 2;
     std::size_t const height = src.height / 2;
-    // Two rows and the two before them have to fit into the first cache.
-    bool const fetched = pitch * sizeof(T) <= 8192;
     for (std::size_t row = 0; row < height; ++row) {
         std::size_t const lower = (2 * row + 1) * pitch;
         std::size_t const count = std::min(in_room(dst, row * width, width), in_room(src, lower, 2 * width) / 2);
@@ -91,9 +89,8 @@ void halve(TImage<T> const& src, TImage<T>& dst)
         auto* const out = samples(dst.data() + row * width);
         auto const* const above = samples(src.data() + lower - pitch);
         auto const* const below = samples(src.data() + lower);
-        std::size_t const ahead = row + 1 < height ? in_room(src, lower + pitch, 2 * pitch) : 0;
-        if (fetched && ahead > 0)
-            fetch_to_read(below + pitch * channels<T>, ahead * sizeof(T));
+        if (row + 1 < height)
+            fetch_pair(src, lower + pitch, 8192); // with the pair at work as much as the first cache holds
         std::size_t done = 0;
         if constexpr (sizeof(T) == 3)
             done = halve_triples(out, above, below, count);
