@@ -69,14 +69,10 @@ std::size_t HalveTriples(std::uint8_t* out, std::uint8_t const* upper, std::uint
                                                             10, none, 11, none, none, none, none, none};
     HWY_ALIGN static constexpr std::uint8_t close[16] = {0,  1,  2,  3,  4,    5,    8,    9,
                                                          10, 11, 12, 13, none, none, none, none};
-    auto const last = static_cast<std::uint32_t>(2 * blocks - 1);
-    HWY_ALIGN std::uint32_t spread[16], join[16];
-    for (std::uint32_t i = 0; i < 4 * blocks; ++i) {
-        spread[i] = i / 4 * 3 + i % 4;
-        join[i] = std::min(i / 3 * 4 + i % 3, last);
-    }
+    HWY_ALIGN static constexpr std::uint32_t spread[16] = {0, 1, 2, 3, 3, 4, 5, 6, 6, 7, 8, 9, 9, 10, 11, 12};
+    HWY_ALIGN static constexpr std::uint32_t join[3][16] = {{0, 1}, {0, 1, 2}, {0, 1, 2, 4, 5, 6}}; // 1, 2, 4 blocks
     auto const spread_to = hn::SetTableIndices(quads, spread);
-    auto const join_to = hn::SetTableIndices(half_quads, join);
+    auto const join_to = hn::SetTableIndices(half_quads, join[blocks / 2]);
     auto const left = hn::LoadDup128(d, of_left);
     auto const right = hn::LoadDup128(d, of_right);
     auto const closed = hn::LoadDup128(half, close);
