@@ -1,5 +1,6 @@
 #include <rastel/conversions/ColourRows.h>
 
+#include <rastel/image/Pixels.h>
 #include <rastel/oq/Numeric.h>
 #include <rastel/oq/RowRuns.h>
 
@@ -40,7 +41,8 @@ void mean_of_cells(unsigned char* out, unsigned char const* upper, unsigned char
     constexpr std::size_t most = 512;
     std::array<unsigned short, 3 * most> sums;
     // A mean that falls on a source must be there before the next cell is read.
-    std::size_t const step = apart(out, count, upper, 6 * count) && apart(out, count, lower, 6 * count) ? most : 1;
+    std::size_t const step =
+        detail::overlap(out, count, upper, 6 * count) || detail::overlap(out, count, lower, 6 * count) ? 1 : most;
     for (std::size_t x = 0; x < count; x += step) {
         std::size_t const cells = std::min(step, count - x);
         add_byte_pairs(sums.data(), upper + 6 * x, lower + 6 * x, 3 * cells);

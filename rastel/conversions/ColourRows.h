@@ -12,12 +12,6 @@
 namespace rastel::impl
 {
 
-/// True if two runs of bytes share none.
-inline bool apart(unsigned char const* out, std::size_t out_size, unsigned char const* in, std::size_t in_size)
-{
-    return out + out_size <= in || in + in_size <= out;
-}
-
 /// The mean of all twelve samples of each 2x2 cell of three-byte pixels, from left to right: what a mean is stored on
 /// doesn't count any more.
 void mean_of_cells(unsigned char* out, unsigned char const* upper, unsigned char const* lower, std::size_t count);
@@ -75,8 +69,8 @@ using colour_rows = plain;
 
 /// Says whether the pixels of a destination are streamed to memory. Stores fetch every line that isn't in the caches
 /// yet only to overwrite it; streamed ones don't. They gain where most of what moves is written, and more than the
-/// caches next to a processor hold: then even a caller that reads the pixels at once has them no later. Other threads
-/// may read them once this has been destroyed.
+/// caches next to a processor hold: from cold caches, even a caller that reads the pixels at once has them no later.
+/// Other threads may read them once this has been destroyed.
 class Streaming
 {
 public:

@@ -1,5 +1,6 @@
 // The rows of ColourRows.h in vectors: as many pixels as fill one, and the plain loop for the rest.
 #include <rastel/conversions/ColourRows.h>
+#include <rastel/image/Pixels.h>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "rastel/conversions/ColourRows_Highway.cpp"
@@ -281,9 +282,9 @@ void fast::spread_grey(RGB* out, unsigned char const* grey, std::size_t count)
 {
     Streaming const streaming(count, 3 * count);
     bool const streamed = streaming.on() && aligned(out);
-    std::size_t const done = apart(bytes(out), 3 * count, grey, count)
-                                 ? HWY_DYNAMIC_DISPATCH(SpreadGrey)(bytes(out), grey, count, streamed)
-                                 : 0;
+    std::size_t const done = detail::overlap(bytes(out), 3 * count, grey, count)
+                                 ? 0
+                                 : HWY_DYNAMIC_DISPATCH(SpreadGrey)(bytes(out), grey, count, streamed);
     plain::spread_grey(out + done, grey + done, count - done);
 }
 
@@ -292,17 +293,17 @@ void fast::spread_grey_alpha(unsigned char* out, unsigned char const* grey, std:
     // Where alpha is kept, the lines of the destination are read anyway.
     Streaming const streaming(count, 4 * count);
     bool const streamed = streaming.on() && alpha_mask != 0 && aligned(out);
-    std::size_t const done = apart(out, 4 * count, grey, count)
-                                 ? HWY_DYNAMIC_DISPATCH(SpreadGreyAlpha)(out, grey, count, alpha_mask, streamed)
-                                 : 0;
+    std::size_t const done = detail::overlap(out, 4 * count, grey, count)
+                                 ? 0
+                                 : HWY_DYNAMIC_DISPATCH(SpreadGreyAlpha)(out, grey, count, alpha_mask, streamed);
     plain::spread_grey_alpha(out + 4 * done, grey + done, count - done, alpha_mask);
 }
 
 void fast::add_alpha(unsigned char* out, RGB const* pixels, std::size_t count, unsigned char alpha_mask)
 {
-    std::size_t const done = apart(out, 4 * count, bytes(pixels), 3 * count)
-                                 ? HWY_DYNAMIC_DISPATCH(AddAlpha)(out, bytes(pixels), count, alpha_mask)
-                                 : 0;
+    std::size_t const done = detail::overlap(out, 4 * count, bytes(pixels), 3 * count)
+                                 ? 0
+                                 : HWY_DYNAMIC_DISPATCH(AddAlpha)(out, bytes(pixels), count, alpha_mask);
     plain::add_alpha(out + 4 * done, pixels + done, count - done, alpha_mask);
 }
 
@@ -315,16 +316,18 @@ void fast::mix_pixels(unsigned char* out, RGB const* pixels, std::size_t count)
 template <>
 void fast::mix_pixels<channels_average>(unsigned char* out, RGB const* pixels, std::size_t count)
 {
-    std::size_t const done =
-        apart(out, count, bytes(pixels), 3 * count) ? HWY_DYNAMIC_DISPATCH(MixAverage)(out, bytes(pixels), count) : 0;
+    std::size_t const done = detail::overlap(out, count, bytes(pixels), 3 * count)
+                                 ? 0
+                                 : HWY_DYNAMIC_DISPATCH(MixAverage)(out, bytes(pixels), count);
     plain::mix_pixels<channels_average>(out + done, pixels + done, count - done);
 }
 
 template <>
 void fast::mix_pixels<channels_standard_coefficients>(unsigned char* out, RGB const* pixels, std::size_t count)
 {
-    std::size_t const done =
-        apart(out, count, bytes(pixels), 3 * count) ? HWY_DYNAMIC_DISPATCH(MixStandard)(out, bytes(pixels), count) : 0;
+    std::size_t const done = detail::overlap(out, count, bytes(pixels), 3 * count)
+                                 ? 0
+                                 : HWY_DYNAMIC_DISPATCH(MixStandard)(out, bytes(pixels), count);
     plain::mix_pixels<channels_standard_coefficients>(out + done, pixels + done, count - done);
 }
 

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 
 namespace rastel::detail
 {
@@ -56,6 +57,15 @@ template <class S, class D>
 bool any_empty(TImage<S> const& src, TImage<D> const& dst)
 {
     return src.width == 0 || src.height == 0 || dst.width == 0 || dst.height == 0;
+}
+
+/// True if two runs of bytes share any.
+inline bool overlap(void const* a, std::size_t a_size, void const* b, std::size_t b_size)
+{
+    auto const* const a_begin = static_cast<unsigned char const*>(a);
+    auto const* const b_begin = static_cast<unsigned char const*>(b);
+    std::less<unsigned char const*> const before;
+    return before(a_begin, b_begin + b_size) && before(b_begin, a_begin + a_size);
 }
 
 /// Of `count` pixels from `index` on, as many as the image has room for.

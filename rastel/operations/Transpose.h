@@ -99,7 +99,8 @@ void transpose(T* dst, std::ptrdiff_t dst_pitch, T const* src, std::ptrdiff_t sr
 #else
     constexpr bool earlier_is_lower = false; // a word's shifts would move pixels the other way
 #endif
-    // More than a processor's own cache holds is streamed.
+    // What a processor's own cache doesn't hold is streamed: much less than where an image is written row by row, for
+    // here every line would come and go many times before it is full.
     constexpr std::ptrdiff_t large = 1 << 20;
     constexpr std::ptrdiff_t size = sizeof(T);
     bool const streamed = columns * rows > large / size;

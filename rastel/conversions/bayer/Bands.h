@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <string>
 
 namespace rastel::impl
@@ -33,14 +32,7 @@ inline Rows band_rows(std::uint32_t height, std::uint32_t band, std::uint32_t ba
     return {start, std::max(start, end)};
 }
 
-/// True if two runs of bytes share any.
-inline bool overlap(void const* a, std::size_t a_size, void const* b, std::size_t b_size)
-{
-    auto const* const a_begin = static_cast<unsigned char const*>(a);
-    auto const* const b_begin = static_cast<unsigned char const*>(b);
-    std::less<unsigned char const*> const before;
-    return before(a_begin, b_begin + b_size) && before(b_begin, a_begin + a_size);
-}
+using detail::overlap;
 
 template <class S, class D>
 bool overlap(TImage<S> const& a, TImage<D> const& b)
