@@ -41,17 +41,18 @@ using WordVector = hn::Vec<Words>;
 
 using Sixteen = hn::FixedTag<std::uint8_t, 16>;
 
-template <class V>
-HWY_INLINE void Put(V bytes, Sixteen d, std::uint8_t* out, bool streamed)
+template <bool streamed, class V>
+HWY_INLINE void Put(V bytes, Sixteen d, std::uint8_t* out)
 {
-    if (streamed)
+    if constexpr (streamed)
         hn::Stream(bytes, d, out);
     else
         hn::StoreU(bytes, d, out);
 }
 
 /// Sixteen pixels at a time: a shuffle for each sixteen bytes of them.
-std::size_t SpreadGrey(std::uint8_t* out, std::uint8_t const* grey, std::size_t count, bool streamed)
+template <bool streamed>
+std::size_t SpreadGreyBy(std::uint8_t* out, std::uint8_t const* grey, std::size_t count)
 {
     Sixteen const d;
     HWY_ALIGN static constexpr std::uint8_t places[48] = {
@@ -63,15 +64,20 @@ std::size_t SpreadGrey(std::uint8_t* out, std::uint8_t const* grey, std::size_t 
     std::size_t i = 0;
     for (; i + 16 <= count; i += 16) {
         auto const values = hn::LoadU(d, grey + i);
-        Put(hn::TableLookupBytes(values, first), d, out + 3 * i, streamed);
-        Put(hn::TableLookupBytes(values, second), d, out + 3 * i + 16, streamed);
-        Put(hn::TableLookupBytes(values, third), d, out + 3 * i + 32, streamed);
+        Put<streamed>(hn::TableLookupBytes(values, first), d, out + 3 * i);
+        Put<streamed>(hn::TableLookupBytes(values, second), d, out + 3 * i + 16);
+        Put<streamed>(hn::TableLookupBytes(values, third), d, out + 3 * i + 32);
     }
     return i;
 }
 
-std::size_t SpreadGreyAlpha(std::uint8_t* out, std::uint8_t const* grey, std::size_t count, std::uint8_t alpha_mask,
-                            bool streamed)
+std::size_t SpreadGrey(std::uint8_t* out, std::uint8_t const* grey, std::size_t count, bool streamed)
+{
+    return streamed ? SpreadGreyBy<true>(out, grey, count) : SpreadGreyBy<false>(out, grey, count);
+}
+
+template <bool streamed>
+std::size_t SpreadGreyAlphaBy(std::uint8_t* out, std::uint8_t const* grey, std::size_t count, std::uint8_t alpha_mask)
 {
     Sixteen const d;
     HWY_ALIGN static constexpr std::uint8_t alphas[16] = {0, 0, 0, 255, 0, 0, 0, 255, 0, 0, 0, 255, 0, 0, 0, 255};
@@ -86,10 +92,17 @@ std::size_t SpreadGreyAlpha(std::uint8_t* out, std::uint8_t const* grey, std::si
         for (std::size_t part = 0; part < 4; ++part, place = hn::Add(place, four)) {
             std::uint8_t* const pixels = out + 4 * (i + 4 * part);
             auto const old = alpha_mask == 0 ? hn::And(hn::LoadU(d, pixels), alpha) : alpha;
-            Put(hn::Or(hn::TableLookupBytesOr0(values, place), old), d, pixels, streamed);
+            Put<streamed>(hn::Or(hn::TableLookupBytesOr0(values, place), old), d, pixels);
         }
     }
     return i;
+}
+
+std::size_t SpreadGreyAlpha(std::uint8_t* out, std::uint8_t const* grey, std::size_t count, std::uint8_t alpha_mask,
+                            bool streamed)
+{
+    return streamed ? SpreadGreyAlphaBy<true>(out, grey, count, alpha_mask)
+                    : SpreadGreyAlphaBy<false>(out, grey, count, alpha_mask);
 }
 
 /// Four pixels at a time: a shuffle spreads twelve bytes over sixteen. It loads four bytes more than it uses.
